@@ -1,0 +1,142 @@
+// The availability server's one object. Its fields stand in one struct, its operations each in a file of their own
+// that bears the operation's name, in the folder of its subsystem.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "external/Ado.h"
+#include "external/IniFile.h"
+#include "platform/automation/Variant.h"
+#include "platform/runtime/Int16.h"
+
+namespace vqloan {
+
+// Lines of a code, a TAB and a text. Element 0 is never read; a table that no load has filled has no elements.
+using CodeTable = std::vector<std::u16string>;
+
+// One row per library; row 0 and column 0 are not used. Column 1 holds the library code, 2 its group code, 3 its name.
+using LibraryTable = std::array<std::array<std::u16string, 4>, 11>;
+
+// Values of DBType.
+namespace backend {
+inline constexpr std::int16_t none = 0;
+inline constexpr std::int16_t host = 1;     // "7000"
+inline constexpr std::int16_t gateway = 2;  // "SQL"
+inline constexpr std::int16_t database = 3; // "SQL2"
+} // namespace backend
+
+// First character of a result that reports a failure; the rest is the message to show.
+inline constexpr char16_t failureMarker = u'\0';
+inline bool isFailure(std::u16string_view result) noexcept
+{
+    return !result.empty() && result.front() == failureMarker;
+}
+
+struct DispSvrFields
+{
+    std::u16string BibPosse;             // the component's own library; clients read and write it
+    std::int16_t DBType = backend::none; // back end in force; clients read and write it
+    CodeTable TabMessa;                  // message texts by number
+    LibraryTable TabBib;                 // libraries of the "7000" back end
+    std::u16string SkipCode;             // group whose libraries are not checked
+    std::u16string SkipText;             // answer for the libraries of that group
+    std::int16_t InvStart = 0;           // part of the inventory number to use: first position,
+    std::int16_t BibLen = 0;             //   (length of the library code's part; 0 = to the end)
+    std::int16_t BibStart = 0;           // part of the library code to use: first position
+    std::int16_t InvLen = 0;             //   (length of the inventory number's part; 0 = to the end)
+    std::u16string ExchPath;             // exchange directory of the "SQL" back end
+    std::int32_t ClientId = 0;           // number in the exchange files' names
+    std::int32_t ClientTimeout = 0;      // seconds to wait for an answer file
+    std::shared_ptr<Connection> Conn;    // database connection of the "SQL2" back end
+    std::int32_t ConnTimeout = 0;        // seconds; 0 or less: the provider's default
+    std::int32_t CmdTimeout = 0;         // seconds; 0 or less: the provider's default
+    std::int32_t CursorLoc = 0;          // 0 or less: the provider's default
+    std::u16string UserName;             // as resolved
+    std::u16string Password;             // as resolved
+    std::u16string ConnectStr;           // as resolved
+    std::int32_t OpenOptions = 0;
+    std::shared_ptr<IniFile> Ini; // bound to SvrDisp.ini on first need, once
+    CodeTable TabStati;           // texts of the blocked-material codes
+};
+
+// Lives on one thread. Operations marked "records" never throw: they record their failure (ErrNumber, LastError) and
+// give their failure value. The others let a RuntimeError reach the caller, unless they say that they never fail.
+class DispSvr : public DispSvrFields
+{
+public:
+    DispSvr() = default;
+    ~DispSvr() { ShutDown(); }
+    DispSvr(const DispSvr&) = delete;
+    DispSvr& operator=(const DispSvr&) = delete;
+
+    // --- Published operations ---
+
+    // Prepares the back end named "7000", "SQL" or "SQL2" (any case, blanks around it; another name does nothing).
+    // True when that FAILED; records. Writes DBType first, then the fields of that kind in the order of its steps.
+    bool OpenDatabase(const Variant& ConnectString) noexcept;
+    // Closes the connection and releases it. Never fails; keeps every other field.
+    void ShutDown() noexcept;
+    // Number of the failure recorded last on this thread.
+    std::int32_t ErrNumber();
+    // The empty text. Never fails.
+    std::u16string InitLoans() noexcept;
+    // Fills each given argument with the detail of the failure recorded last on this thread; null: left out.
+    void LastError(VARIANT* Number, VARIANT* Source, VARIANT* Description, VARIANT* HelpFile,
+                   VARIANT* HelpContext, VARIANT* LastDLLError);
+    // Answers a block of request lines; the empty text when it failed; records (a failure of SysTools::AfterError is
+    // thrown). Reads DBType, BibPosse, SkipText and what the back end reads.
+    std::u16string VisNre(std::u16string& Handle, std::u16string& Bid, std::u16string_view Buf);
+    // A listed library's name, with "**" in front when its group is the skipped one; the empty text for a code that
+    // is not listed. Reads TabBib, SkipCode.
+    std::u16string TestCodBib(std::u16string_view CodBib) const;
+    // Builds TabMessa from the settings file; binds Ini.
+    void Load_Messa();
+
+    // --- Private operations: not in the published interface ---
+
+    // Builds TabStati from TABBLOCCOMAT. True when that FAILED; records. Reads Conn.
+    bool LoadStati() noexcept;
+    // True when Conn is there and its state is exactly "open". Never fails.
+    bool IsConnected() noexcept;
+    // The record of one copy on the library database: the library's description, TAB, its situation's text; empty
+    // without a connection or an inventory number; the failure marker alone when it failed; records. Replaces Bib by
+    // its configured part. Reads Conn, InvStart, InvLen, BibStart, BibLen, TabMessa, TabStati.
+    std::u16string Make_LstDispo(std::u16string_view Inv, std::u16string& Bib) noexcept;
+    // Binds Ini to SvrDisp.ini unless it is there already. True when that FAILED; records.
+    bool InitIni() noexcept;
+    // One exchange with the legacy host. True when that FAILED; records. Writes TabBib; Answer only at the end.
+    bool Call7000(std::u16string_view Req, std::u16string& Answer) noexcept;
+    // One exchange with the SQL gateway. True when that FAILED; records. Reads ExchPath, ClientId, ClientTimeout,
+    // TabMessa.
+    bool CallSql(std::u16string_view Cmd, std::u16string_view Inv, std::u16string_view Bib,
+                 std::u16string& Answer) noexcept;
+    // One copy's answer from the back end in force, without its first field, which replaces Bib; a failure starts
+    // with the failure marker. Reads DBType.
+    std::u16string CallDB(std::u16string_view Inv, std::u16string& Bib, std::u16string_view Note);
+
+    // The text of the first line from element 1 on whose code is exactly Code; empty when there is none. 6 "Overflow"
+    // for a table beyond element 32,767.
+    static std::u16string_view Find_Messa(std::u16string_view Code, const CodeTable& Table);
+    // Field Num (from 1) of a text of fields that Sep divides; empty when there is none. Cut: the field and all
+    // before it are taken off the front of Text. Num 0 means field 1 with cutting, and becomes 1. The result is part
+    // of what Text viewed. 6 "Overflow" when a position or count would pass 32,767.
+    static std::u16string_view GetField(std::u16string_view& Text, std::u16string_view Sep, Int16& Num,
+                                        bool Cut = false);
+    // The same for a field number that is known, without cutting.
+    static std::u16string_view GetField(std::u16string_view Text, std::u16string_view Sep, int Num);
+
+    // Appends Item to List, with Sep between items; an empty item only when KeepEmpty.
+    static void AddField(std::u16string& List, std::u16string_view Item, std::u16string_view Sep = u"\r\n",
+                         bool KeepEmpty = false);
+    // Equal without regard to case and trailing spaces.
+    static bool SameText(std::u16string_view A, std::u16string_view B);
+    // Position (from 1) of the N-th occurrence of Sep in Text, 0 when there is none. 6 "Overflow" beyond 32,767.
+    static Int16 FindNth(std::u16string_view Text, std::u16string_view Sep, Int16 N);
+};
+
+} // namespace vqloan

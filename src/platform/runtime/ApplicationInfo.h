@@ -1,0 +1,30 @@
+// The runtime's application-information object: what the component knows of its own loaded file.
+#pragma once
+
+#include <string>
+
+namespace vqloan {
+
+class ApplicationInfo
+{
+public:
+    // The calling thread's instance, created on first use.
+    static const ApplicationInfo& ofThread();
+
+    // The directory of the loaded file that holds this code, absolute.
+    const std::u16string& path() const noexcept { return path_; }
+    // The loaded file's name without its extension.
+    const std::u16string& moduleName() const noexcept { return moduleName_; }
+    // The loaded file itself, absolute.
+    const std::u16string& file() const noexcept { return file_; }
+
+    // For tests and benchmarks, which hold the code in a program of their own: another file to be taken for the loaded
+    // one, by instances created afterwards on any thread and by the calling thread's.
+    static void pretendFile(const std::u16string& file);
+
+private:
+    ApplicationInfo();
+    std::u16string file_, path_, moduleName_;
+};
+
+} // namespace vqloan

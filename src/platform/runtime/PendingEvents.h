@@ -1,0 +1,9 @@
+// The thread's pending events.
+#pragma once
+
+namespace vqloan {
+
+// Lets them run once; returns when they have. Calls of the component may enter meanwhile on this thread.
+void runPendingEvents();
+
+} // namespace vqloan

@@ -1,0 +1,38 @@
+// Text as the language runtime treats it: UTF-16 units, positions from 1, spaces (character 32) trimmed and
+// nothing else, upper-casing the same on every machine.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace vqloan::text {
+
+// Simple Unicode upper-casing: one character for one, whatever the process's locale.
+std::u16string upper(std::u16string_view text);
+bool equalsIgnoringCase(std::u16string_view a, std::u16string_view b);
+
+std::u16string_view trimLeft(std::u16string_view text) noexcept;
+std::u16string_view trimRight(std::u16string_view text) noexcept;
+std::u16string_view trim(std::u16string_view text) noexcept;
+
+// The part from `start` (from 1) to the end, or of at most `length` units; a start beyond the end gives the empty
+// text. RuntimeError 5 for a start below 1 or a negative length.
+std::u16string_view mid(std::u16string_view text, std::int32_t start);
+std::u16string_view mid(std::u16string_view text, std::int32_t start, std::int32_t length);
+// The first `length` units. RuntimeError 5 for a negative length.
+std::u16string_view left(std::u16string_view text, std::int32_t length);
+
+// Windows-1252 (on Windows the machine's ANSI code page). A character it lacks is written as "?".
+std::string toCodePage(std::u16string_view text);
+std::u16string fromCodePage(std::string_view bytes);
+
+// UTF-8. Ill-formed input reads as U+FFFD; a surrogate without its other half is written as U+FFFD.
+std::string toUtf8(std::u16string_view text);
+std::u16string fromUtf8(std::string_view bytes);
+bool isUtf8(std::string_view bytes) noexcept;
+
+// A number in decimal digits, "-" in front when negative.
+std::u16string decimal(std::int64_t number);
+
+} // namespace vqloan::text
