@@ -37,10 +37,15 @@ public:
     virtual std::int32_t TickCount() = 0;
 
     // The thread's last recorded failure. Each detail is a Variant: Number and LastDllError 32-bit integers, the
-    // others text; or missing.
+    // others text; or missing, as each is at first.
     struct FailureDetails
     {
-        Variant Number, Source, Description, HelpFile, HelpContext, LastDllError;
+        Variant Number = Variant::missing();
+        Variant Source = Variant::missing();
+        Variant Description = Variant::missing();
+        Variant HelpFile = Variant::missing();
+        Variant HelpContext = Variant::missing();
+        Variant LastDllError = Variant::missing();
     };
     virtual void StoreError(FailureDetails& details, std::int32_t& flags, const Variant& argument8,
                             std::int32_t& argument9) = 0;
