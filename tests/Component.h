@@ -1,0 +1,71 @@
+// The component as its clients meet it: a loaded file with four entry points.
+#pragma once
+
+#include <dlfcn.h>
+
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+
+#include "component/face/DispSvrInterface.h"
+#include "platform/automation/ComPtr.h"
+
+namespace vqloan::test {
+
+// Keeps the file loaded. A copy of the file in another directory is another site, with its own settings
+// there.
+class Component
+{
+public:
+    // Throws std::runtime_error when the file cannot be loaded.
+    explicit Component(const std::filesystem::path& file = COMPONENT_FILE)
+        : library_(dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL))
+    {
+        if (!library_)
+            throw std::runtime_error(dlerror());
+    }
+    ~Component() { dlclose(library_); }
+    Component(const Component&) = delete;
+    Component& operator=(const Component&) = delete;
+
+    // A new object. Throws std::runtime_error when there is none.
+    ComPtr<_DispSvr> create() const
+    {
+        ComPtr<_DispSvr> object;
+        succeeded(factory()->CreateInstance(nullptr, IID__DispSvr, object.addressVoid()), "CreateInstance");
+        return object;
+    }
+    ComPtr<IClassFactory> factory() const
+    {
+        ComPtr<IClassFactory> factory;
+        succeeded(classObject(CLSID_DispSvr, IID_IClassFactory, factory.addressVoid()), "DllGetClassObject");
+        return factory;
+    }
+
+    HRESULT classObject(REFCLSID clsid, REFIID iid, void** object) const
+    {
+        return entry<HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**)>("DllGetClassObject")(clsid, iid,
+                                                                                              object);
+    }
+    HRESULT canUnloadNow() const { return entry<HRESULT(STDAPICALLTYPE*)()>("DllCanUnloadNow")(); }
+    HRESULT registerServer() const { return entry<HRESULT(STDAPICALLTYPE*)()>("DllRegisterServer")(); }
+    HRESULT unregisterServer() const { return entry<HRESULT(STDAPICALLTYPE*)()>("DllUnregisterServer")(); }
+
+private:
+    static void succeeded(HRESULT result, const char* what)
+    {
+        if (FAILED(result))
+            throw std::runtime_error(std::string(what) + " failed: " + std::to_string(result));
+    }
+    template <class Function> Function entry(const char* name) const
+    {
+        void* const address = dlsym(library_, name);
+        if (!address)
+            throw std::runtime_error(std::string("no entry point ") + name);
+        return reinterpret_cast<Function>(address);
+    }
+
+    void* library_;
+};
+
+} // namespace vqloan::test
