@@ -1,0 +1,25 @@
+#include "platform/automation/Registration.h"
+
+#include <string>
+
+#include "platform/automation/Bstr.h"
+#include "platform/runtime/ApplicationInfo.h"
+
+namespace vqloan {
+
+HRESULT registerClass(const ClassRegistration& registration) noexcept
+try {
+    return AutomationRegisterClass(registration.clsid, toOle(std::u16string(registration.progId).c_str()),
+                                   toOle(ApplicationInfo::ofThread().file().c_str()));
+} catch (...) {
+    return E_OUTOFMEMORY;
+}
+
+HRESULT unregisterClass(const ClassRegistration& registration) noexcept
+try {
+    return AutomationUnregisterClass(registration.clsid, toOle(std::u16string(registration.progId).c_str()));
+} catch (...) {
+    return E_OUTOFMEMORY;
+}
+
+} // namespace vqloan
