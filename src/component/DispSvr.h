@@ -1,5 +1,5 @@
-// The availability server's one object. Its fields stand in one struct, its operations each in a file of their own
-// that bears the operation's name, in the folder of its subsystem.
+// The availability server's one object. Its fields stand in one struct, its operations each in a file of
+// their own that bears the operation's name, in the folder of its subsystem.
 #pragma once
 
 #include <array>
@@ -16,10 +16,12 @@
 
 namespace vqloan {
 
-// Lines of a code, a TAB and a text. Element 0 is never read; a table that no load has filled has no elements.
+// Lines of a code, a TAB and a text. Element 0 is never read; a table that no load has filled has no
+// elements.
 using CodeTable = std::vector<std::u16string>;
 
-// One row per library; row 0 and column 0 are not used. Column 1 holds the library code, 2 its group code, 3 its name.
+// One row per library; row 0 and column 0 are not used. Column 1 holds the library code, 2 its group code, 3
+// its name.
 using LibraryTable = std::array<std::array<std::u16string, 4>, 11>;
 
 // Values of DBType.
@@ -64,8 +66,9 @@ struct DispSvrFields
     CodeTable TabStati;           // texts of the blocked-material codes
 };
 
-// Lives on one thread. Operations marked "records" never throw: they record their failure (ErrNumber, LastError) and
-// give their failure value. The others let a RuntimeError reach the caller, unless they say that they never fail.
+// Lives on one thread. Operations marked "records" never throw: they record their failure (ErrNumber,
+// LastError) and give their failure value. The others let a RuntimeError reach the caller, unless they say
+// that they never fail.
 class DispSvr : public DispSvrFields
 {
 public:
@@ -76,8 +79,9 @@ public:
 
     // --- Published operations ---
 
-    // Prepares the back end named "7000", "SQL" or "SQL2" (any case, blanks around it; another name does nothing).
-    // True when that FAILED; records. Writes DBType first, then the fields of that kind in the order of its steps.
+    // Prepares the back end named "7000", "SQL" or "SQL2" (any case, blanks around it; another name does
+    // nothing). True when that FAILED; records. Writes DBType first, then the fields of that kind in the
+    // order of its steps.
     bool OpenDatabase(const Variant& ConnectString) noexcept;
     // Closes the connection and releases it. Never fails; keeps every other field.
     void ShutDown() noexcept;
@@ -88,11 +92,11 @@ public:
     // Fills each given argument with the detail of the failure recorded last on this thread; null: left out.
     void LastError(VARIANT* Number, VARIANT* Source, VARIANT* Description, VARIANT* HelpFile,
                    VARIANT* HelpContext, VARIANT* LastDLLError);
-    // Answers a block of request lines; the empty text when it failed; records (a failure of SysTools::AfterError is
-    // thrown). Reads DBType, BibPosse, SkipText and what the back end reads.
+    // Answers a block of request lines; the empty text when it failed; records (a failure of
+    // SysTools::AfterError is thrown). Reads DBType, BibPosse, SkipText and what the back end reads.
     std::u16string VisNre(std::u16string& Handle, std::u16string& Bid, std::u16string_view Buf);
-    // A listed library's name, with "**" in front when its group is the skipped one; the empty text for a code that
-    // is not listed. Reads TabBib, SkipCode.
+    // A listed library's name, with "**" in front when its group is the skipped one; the empty text for a
+    // code that is not listed. Reads TabBib, SkipCode.
     std::u16string TestCodBib(std::u16string_view CodBib) const;
     // Builds TabMessa from the settings file; binds Ini.
     void Load_Messa();
@@ -103,28 +107,30 @@ public:
     bool LoadStati() noexcept;
     // True when Conn is there and its state is exactly "open". Never fails.
     bool IsConnected() noexcept;
-    // The record of one copy on the library database: the library's description, TAB, its situation's text; empty
-    // without a connection or an inventory number; the failure marker alone when it failed; records. Replaces Bib by
-    // its configured part. Reads Conn, InvStart, InvLen, BibStart, BibLen, TabMessa, TabStati.
+    // The record of one copy on the library database: the library's description, TAB, its situation's text;
+    // empty without a connection or an inventory number; the failure marker alone when it failed; records.
+    // Replaces Bib by its configured part. Reads Conn, InvStart, InvLen, BibStart, BibLen, TabMessa,
+    // TabStati.
     std::u16string Make_LstDispo(std::u16string_view Inv, std::u16string& Bib) noexcept;
     // Binds Ini to SvrDisp.ini unless it is there already. True when that FAILED; records.
     bool InitIni() noexcept;
-    // One exchange with the legacy host. True when that FAILED; records. Writes TabBib; Answer only at the end.
+    // One exchange with the legacy host. True when that FAILED; records. Writes TabBib; Answer only at the
+    // end.
     bool Call7000(std::u16string_view Req, std::u16string& Answer) noexcept;
-    // One exchange with the SQL gateway. True when that FAILED; records. Reads ExchPath, ClientId, ClientTimeout,
-    // TabMessa.
+    // One exchange with the SQL gateway. True when that FAILED; records. Reads ExchPath, ClientId,
+    // ClientTimeout, TabMessa.
     bool CallSql(std::u16string_view Cmd, std::u16string_view Inv, std::u16string_view Bib,
                  std::u16string& Answer) noexcept;
-    // One copy's answer from the back end in force, without its first field, which replaces Bib; a failure starts
-    // with the failure marker. Reads DBType.
+    // One copy's answer from the back end in force, without its first field, which replaces Bib; a failure
+    // starts with the failure marker. Reads DBType.
     std::u16string CallDB(std::u16string_view Inv, std::u16string& Bib, std::u16string_view Note);
 
-    // The text of the first line from element 1 on whose code is exactly Code; empty when there is none. 6 "Overflow"
-    // for a table beyond element 32,767.
+    // The text of the first line from element 1 on whose code is exactly Code; empty when there is none. 6
+    // "Overflow" for a table beyond element 32,767.
     static std::u16string_view Find_Messa(std::u16string_view Code, const CodeTable& Table);
-    // Field Num (from 1) of a text of fields that Sep divides; empty when there is none. Cut: the field and all
-    // before it are taken off the front of Text. Num 0 means field 1 with cutting, and becomes 1. The result is part
-    // of what Text viewed. 6 "Overflow" when a position or count would pass 32,767.
+    // Field Num (from 1) of a text of fields that Sep divides; empty when there is none. Cut: the field and
+    // all before it are taken off the front of Text. Num 0 means field 1 with cutting, and becomes 1. The
+    // result is part of what Text viewed. 6 "Overflow" when a position or count would pass 32,767.
     static std::u16string_view GetField(std::u16string_view& Text, std::u16string_view Sep, Int16& Num,
                                         bool Cut = false);
     // The same for a field number that is known, without cutting.
@@ -135,7 +141,8 @@ public:
                          bool KeepEmpty = false);
     // Equal without regard to case and trailing spaces.
     static bool SameText(std::u16string_view A, std::u16string_view B);
-    // Position (from 1) of the N-th occurrence of Sep in Text, 0 when there is none. 6 "Overflow" beyond 32,767.
+    // Position (from 1) of the N-th occurrence of Sep in Text, 0 when there is none. 6 "Overflow" beyond
+    // 32,767.
     static Int16 FindNth(std::u16string_view Text, std::u16string_view Sep, Int16 N);
 };
 

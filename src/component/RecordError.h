@@ -11,23 +11,27 @@ namespace vqloan {
 
 // Bits of RecordError's Flags.
 namespace recording {
-inline constexpr std::int32_t gather = 0;          // take the details of the pending failure
-inline constexpr std::int32_t addSystemText = 2;   // add the system's text for LastDllError to the description
-inline constexpr std::int32_t asGiven = 4;         // gather nothing: pass the arguments on as they are
-inline constexpr std::int32_t asGivenToo = 8;      // the same
+inline constexpr std::int32_t gather = 0;        // take the details of the pending failure
+inline constexpr std::int32_t addSystemText = 2; // add the system's text for LastDllError to the description
+inline constexpr std::int32_t asGiven = 4;       // gather nothing: pass the arguments on as they are
+inline constexpr std::int32_t asGivenToo = 8;    // the same
 } // namespace recording
 
-// Gathers the thread's pending failure, clears it, replaces details by those given (a missing Variant is one that is
-// not given) and has SysTools store the outcome. Never fails.
-void RecordError(SysTools::FailureDetails given, std::int32_t Flags, const Variant& argument8 = Variant::missing(),
-                 std::int32_t argument9 = 0) noexcept;
+// Gathers the thread's pending failure, clears it, replaces details by those given (a missing Variant is one
+// that is not given) and has SysTools store the outcome. Never fails.
+void RecordError(SysTools::FailureDetails given, std::int32_t Flags,
+                 const Variant& argument8 = Variant::missing(), std::int32_t argument9 = 0) noexcept;
 
-// Where a failure happened, in the two forms that are recorded; `procedure` is like ".OpenDatabase, " or ".VisNre".
+// Where a failure happened, in the two forms that are recorded; `procedure` is like ".OpenDatabase, " or
+// ".VisNre".
 std::u16string longSource(std::u16string_view procedure);
 std::u16string shortSource(std::u16string_view procedure);
 
 // For a catch (...) clause: makes the caught failure the pending one and records it under the source that
 // `form(procedure)` builds. Never fails.
 void recordFailure(std::u16string (*form)(std::u16string_view), std::u16string_view procedure) noexcept;
+
+// For a failure whose cause has been recorded already: adds where it was noticed. Never fails.
+void recordSourceOnly(std::u16string (*form)(std::u16string_view), std::u16string_view procedure) noexcept;
 
 } // namespace vqloan

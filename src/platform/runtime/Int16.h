@@ -1,8 +1,9 @@
 // The 16-bit signed integer of positions and counters: whatever would not fit is RuntimeError 6 "Overflow".
 #pragma once
 
-#include <compare>
+#include <concepts>
 #include <cstdint>
+#include <utility>
 
 #include "platform/runtime/RuntimeError.h"
 
@@ -12,15 +13,10 @@ class Int16
 {
 public:
     constexpr Int16() noexcept = default;
-    constexpr Int16(long long value) : value_(checked(value)) {}
-    template <class Unsigned>
-        requires(sizeof(Unsigned) == 8 && Unsigned(-1) > Unsigned(0))
-    constexpr Int16(Unsigned value) : value_(checked(value > 32767u ? 32768 : static_cast<long long>(value)))
-    {}
-    constexpr Int16(int value) : Int16(static_cast<long long>(value)) {}
+    constexpr Int16(std::integral auto value) : value_(checked(value)) {}
 
     constexpr operator int() const noexcept { return value_; }
-    constexpr Int16& operator+=(long long amount)
+    constexpr Int16& operator+=(int amount)
     {
         value_ = checked(value_ + amount);
         return *this;
@@ -28,9 +24,9 @@ public:
     constexpr Int16& operator++() { return *this += 1; }
 
 private:
-    static constexpr std::int16_t checked(long long value)
+    static constexpr std::int16_t checked(std::integral auto value)
     {
-        if (value < -32768 || value > 32767)
+        if (!std::in_range<std::int16_t>(value))
             throw RuntimeError(Failure::Overflow);
         return static_cast<std::int16_t>(value);
     }

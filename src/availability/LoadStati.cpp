@@ -1,0 +1,38 @@
+#include "availability/RecordsetVariable.h"
+#include "component/DispSvr.h"
+#include "component/RecordError.h"
+
+namespace vqloan {
+
+namespace {
+
+// Entries are this long, padded or cut: code, TAB and text share it.
+constexpr std::size_t entryLength = 40;
+
+std::u16string entryOf(const RecordsetVariable& row)
+{
+    std::u16string entry = row.text(u"CODBLOCMAT");
+    entry.append(u"\t").append(row.text(u"MESSAGGIO"));
+    entry.resize(entryLength, u' ');
+    return entry;
+}
+
+} // namespace
+
+bool DispSvr::LoadStati() noexcept
+{
+    RecordsetVariable rows;
+    try {
+        rows.open(u"SELECT * FROM TABBLOCCOMAT", Conn);
+        // Only now: a failed query leaves the former table in force.
+        TabStati.assign(1, {});
+        for (; !rows->Eof(); rows->MoveNext())
+            TabStati.push_back(entryOf(rows));
+        return false;
+    } catch (...) {
+        recordFailure(longSource, u".LoadStati, ");
+        return true;
+    }
+}
+
+} // namespace vqloan

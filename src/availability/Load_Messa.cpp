@@ -1,0 +1,19 @@
+#include "component/DispSvr.h"
+#include "config/SettingsFiles.h"
+#include "platform/runtime/Text.h"
+
+namespace vqloan {
+
+void DispSvr::Load_Messa()
+{
+    InitIni(); // has recorded its failure itself; the reads below then fail or give their defaults
+    TabMessa.assign(1, {});
+    const std::int16_t count = settings::readInteger(Ini, u"MESSAGGI", u"NUMMSG", 1);
+    for (int number = 1; number <= count; ++number) {
+        std::u16string line = text::decimal(number);
+        const std::u16string message = settings::readText(Ini, u"MESSAGGI", line, u"");
+        TabMessa.push_back(line.append(u"\t").append(message));
+    }
+}
+
+} // namespace vqloan

@@ -1,0 +1,23 @@
+#include "component/DispSvr.h"
+#include "component/RecordError.h"
+#include "config/SettingsFiles.h"
+
+namespace vqloan {
+
+bool DispSvr::InitIni() noexcept
+{
+    try {
+        if (!Ini) {
+            // Stored before it is bound: when binding fails the object stays, unbound, and is not tried
+            // again.
+            Ini = createIniFile();
+            Ini->SetFile(settings::pathOf(settings::iniFileName));
+        }
+        return false;
+    } catch (...) {
+        recordFailure(longSource, u".InitIni, ");
+        return true;
+    }
+}
+
+} // namespace vqloan

@@ -1,0 +1,49 @@
+#include "config/LibraryLines.h"
+
+#include <utility>
+
+#include "platform/runtime/RuntimeError.h"
+#include "platform/runtime/Text.h"
+#include "platform/runtime/TextFiles.h"
+
+namespace vqloan::settings {
+
+namespace {
+
+bool isLibraryLine(std::u16string_view line)
+{
+    return text::upper(line.substr(0, 7)) == u"CODBIB=";
+}
+
+} // namespace
+
+void storeLibraryLine(LibraryTable& table, std::int32_t row, std::u16string_view line)
+{
+    if (row >= static_cast<std::int32_t>(table.size()))
+        throw RuntimeError(Failure::SubscriptOutOfRange);
+    auto& fields = table[static_cast<std::size_t>(row)];
+    fields[1] = text::mid(line, 8, 2);
+    fields[2] = text::mid(line, 11, 2);
+    fields[3] = text::mid(line, 14);
+}
+
+void loadLibraryLines(std::int32_t fileNo, LibraryTable& table, std::u16string& skipCode,
+                      std::u16string& skipText)
+{
+    std::int32_t row = 0;
+    std::u16string previous;
+    while (!files::atEnd(fileNo)) {
+        std::u16string line = files::readLine(fileNo);
+        if (isLibraryLine(line)) {
+            storeLibraryLine(table, ++row, line);
+            const auto equals = previous.find(u'=');
+            if (!isLibraryLine(previous) && equals != std::u16string::npos) {
+                skipCode = previous.substr(0, equals);
+                skipText = previous.substr(equals + 1);
+            }
+        }
+        previous = std::move(line);
+    }
+}
+
+} // namespace vqloan::settings

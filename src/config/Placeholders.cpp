@@ -1,0 +1,34 @@
+#include "config/Placeholders.h"
+
+#include "external/SysTools.h"
+
+namespace vqloan::settings {
+
+bool resolveAll(std::u16string& text)
+{
+    for (;;) {
+        // From the beginning each time: a value may join with what stands around it.
+        const auto opening = text.find(placeholderSign);
+        if (opening == std::u16string::npos)
+            return true;
+        const auto closing = text.find(placeholderSign, opening + 1);
+        if (closing == std::u16string::npos)
+            return true;
+        std::u16string name = text.substr(opening + 1, closing - opening - 1);
+        if (sysTools().ResolvePlaceholder(name))
+            return false;
+        text.replace(opening, closing - opening + 1, name);
+    }
+}
+
+bool resolveWhole(std::u16string& text)
+{
+    if (text.empty() || text.front() != placeholderSign)
+        return true;
+    text.erase(0, 1);
+    std::u16string marker(1, placeholderSign);
+    sysTools().StripChar(text, marker);
+    return !sysTools().ResolvePlaceholder(text);
+}
+
+} // namespace vqloan::settings
