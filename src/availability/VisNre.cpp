@@ -64,7 +64,8 @@ struct Checked
 
 Checked check(const DispSvr& svr, const Item& item)
 {
-    Checked library{.name = svr.TestCodBib(item.library)};
+    Checked library;
+    library.name = svr.TestCodBib(item.library);
     if (library.name.empty()) {
         library.message = notListed;
         library.skipped = true;

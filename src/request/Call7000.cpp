@@ -91,7 +91,7 @@ bool DispSvr::Call7000(std::u16string_view Req, std::u16string& Answer) noexcept
         Answer = text::trim(answer); // stored before the cut, which may fail
         const Int16 width = parameters.width - 2;
         if (std::ssize(Answer) > width)
-            Answer = text::left(Answer, width);
+            Answer.resize(text::left(Answer, width).size()); // 5 for a width below 2
         failed = false;
     } catch (...) {
         recordFailure(shortSource, u".Call7000");

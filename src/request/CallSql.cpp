@@ -1,4 +1,4 @@
-#include <limits>
+#include <utility>
 
 #include "component/CloseFileNo.h"
 #include "component/DispSvr.h"
@@ -44,15 +44,18 @@ void writeRequest(std::int32_t fileNo, std::u16string_view path, std::u16string_
     files::close(fileNo);
 }
 
+std::int32_t onClock(std::int64_t milliseconds)
+{
+    if (!std::in_range<std::int32_t>(milliseconds))
+        throw RuntimeError(Failure::Overflow);
+    return static_cast<std::int32_t>(milliseconds);
+}
+
+// Both the wait and the moment it ends must fit the clock.
 std::int32_t deadlineAfter(std::int32_t seconds)
 {
-    const std::int64_t deadline = sysTools().TickCount() + std::int64_t{seconds} * 1000;
-    // Both the wait and the deadline must fit the clock.
-    using Clock = std::numeric_limits<std::int32_t>;
-    if (std::int64_t{seconds} * 1000 > Clock::max() || std::int64_t{seconds} * 1000 < Clock::min() ||
-        deadline > Clock::max() || deadline < Clock::min())
-        throw RuntimeError(Failure::Overflow);
-    return static_cast<std::int32_t>(deadline);
+    const std::int32_t now = sysTools().TickCount();
+    return onClock(std::int64_t{now} + onClock(std::int64_t{seconds} * 1000));
 }
 
 // Takes the answer as soon as its file is there; false when the deadline has passed without one. A late
