@@ -1,0 +1,33 @@
+// A connection text: `key=value` pairs divided by semicolons.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vqloan {
+
+// Blanks around keys and values are dropped. A value may stand in single or double quotes, the quote doubled
+// inside, or in braces, the closing one doubled inside; it may then hold semicolons and keep its blanks.
+class ConnectionString
+{
+public:
+    struct Pair
+    {
+        std::u16string key, value;
+    };
+
+    // RuntimeError malformedConnectionText, which says what is wrong and where but quotes nothing: a
+    // connection text may hold a password.
+    explicit ConnectionString(std::u16string_view text);
+
+    // The value of the last pair with that key, without regard to case; null when there is none.
+    const std::u16string* find(std::u16string_view key) const;
+    // In the order of the text.
+    const std::vector<Pair>& pairs() const noexcept { return pairs_; }
+
+private:
+    std::vector<Pair> pairs_;
+};
+
+} // namespace vqloan

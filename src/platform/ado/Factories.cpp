@@ -1,0 +1,16 @@
+// Where the component gets its ADO objects from on this system.
+#include "platform/ado/AdoConnection.h"
+#include "platform/ado/AdoRecordset.h"
+
+namespace vqloan {
+
+std::shared_ptr<Connection> createConnection()
+{
+    return std::make_shared<AdoConnection>();
+}
+std::unique_ptr<Recordset> createRecordset()
+{
+    return std::make_unique<AdoRecordset>();
+}
+
+} // namespace vqloan

@@ -1,0 +1,142 @@
+#include "platform/ado/sqlite/SqliteSession.h"
+
+#include <sqlite3.h>
+
+#include <algorithm>
+#include <chrono>
+#include <limits>
+#include <thread>
+
+#include "platform/ado/AdoFailure.h"
+#include "platform/ado/sqlite/SqliteFailure.h"
+#include "platform/ado/sqlite/SqliteStatement.h"
+#include "platform/runtime/Clock.h"
+#include "platform/runtime/Text.h"
+
+namespace vqloan {
+
+namespace {
+
+// The component runs four shapes; the rest is room for recordsets that are open at the same time.
+constexpr std::size_t statementsKept = 16;
+// Virtual-machine steps between two looks at the clock; well under a millisecond of work.
+constexpr int stepsBetweenLooks = 10000;
+
+} // namespace
+
+std::shared_ptr<Session> openSqlite(const OpenRequest& request)
+{
+    const std::u16string* file = request.connection.find(u"Data Source");
+    if (!file || file->empty() || file->find(u'\0') != file->npos)
+        throw RuntimeError(ado::connectionFailed,
+                           u"The connection text names no database file: Data Source= is missing.",
+                           std::u16string(sqlite::source));
+    return std::make_shared<SqliteSession>(*file, request.timeLimit);
+}
+
+SqliteSession::SqliteSession(const std::u16string& file, std::int32_t timeLimit)
+{
+    // Objects belong to one thread, so SQLite need not lock.
+    const int opened =
+        sqlite3_open_v2(text::toUtf8(file).c_str(), &database_,
+                        SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE, nullptr);
+    try {
+        if (opened != SQLITE_OK)
+            throw sqlite::openFailure(database_, file);
+        sqlite3_busy_handler(database_, whileLocked, this);
+        sqlite3_progress_handler(database_, stepsBetweenLooks, whileRunning, this);
+        limit_.set(timeLimit);
+        // Opening alone reads nothing of the file.
+        if (sqlite3_exec(database_, "SELECT 1 FROM sqlite_master LIMIT 1", nullptr, nullptr, nullptr) !=
+            SQLITE_OK)
+            throw sqlite::openFailure(database_, file);
+    } catch (...) {
+        close();
+        throw;
+    }
+}
+
+SqliteSession::~SqliteSession()
+{
+    close();
+}
+
+void SqliteSession::close() noexcept
+{
+    for (const auto& statement : statements_)
+        statement->finalize();
+    sqlite3_close(database_);
+    database_ = nullptr;
+}
+
+CursorOwner SqliteSession::run(std::u16string_view text, std::int32_t timeLimit)
+{
+    limit_.set(timeLimit); // compiling reads the schema and may meet a lock
+    SqliteStatement& statement = idleStatement(text);
+    statement.start(literals_, timeLimit);
+    return CursorOwner(&statement);
+}
+
+SqliteStatement& SqliteSession::idleStatement(std::u16string_view text)
+{
+    auto found = std::find_if(statements_.begin(), statements_.end(), [&](const auto& statement) {
+        return !statement->isRunning() && statement->shape().matches(text, literals_);
+    });
+    if (found == statements_.end()) {
+        statements_.push_back(std::make_unique<SqliteStatement>(*this, text));
+        found = statements_.end() - 1;
+        (*found)->shape().matches(text, literals_);
+    }
+    std::rotate(statements_.begin(), found, found + 1);
+    return *statements_.front();
+}
+
+void SqliteSession::returned(SqliteStatement& statement) noexcept
+{
+    auto unwanted = statements_.end();
+    if (statement.hasFailed())
+        unwanted = std::find_if(statements_.begin(), statements_.end(),
+                                [&](const auto& candidate) { return candidate.get() == &statement; });
+    else if (statements_.size() > statementsKept)
+        unwanted = std::find_if(statements_.rbegin(), statements_.rend(),
+                                [](const auto& candidate) { return !candidate->isRunning(); })
+                       .base() -
+                   1;
+    if (unwanted != statements_.end())
+        statements_.erase(unwanted);
+}
+
+void SqliteSession::TimeLimit::set(std::int32_t seconds) noexcept
+{
+    seconds_ = seconds;
+    started_ = false;
+}
+
+double SqliteSession::TimeLimit::left() noexcept
+{
+    if (seconds_ == 0)
+        return std::numeric_limits<double>::infinity();
+    const double now = clock::seconds();
+    if (!started_) {
+        started_ = true;
+        end_ = now + seconds_;
+    }
+    return end_ - now;
+}
+
+int SqliteSession::whileLocked(void* session, int tries)
+{
+    const double left = static_cast<SqliteSession*>(session)->limit_.left();
+    if (left <= 0)
+        return 0;
+    const double pause = 0.001 * (1 << std::min(tries, 5));
+    std::this_thread::sleep_for(std::chrono::duration<double>(std::min(pause, left)));
+    return 1;
+}
+
+int SqliteSession::whileRunning(void* session)
+{
+    return static_cast<SqliteSession*>(session)->limit_.left() <= 0;
+}
+
+} // namespace vqloan

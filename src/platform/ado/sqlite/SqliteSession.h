@@ -1,0 +1,59 @@
+// The embedded database.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/ado/Provider.h"
+#include "platform/ado/StatementShape.h"
+
+struct sqlite3;
+
+namespace vqloan {
+
+class SqliteStatement;
+
+// Reads one database file, which other processes may write meanwhile. Compiled statements are kept by shape;
+// the same shape can run several times at once.
+class SqliteSession final : public Session
+{
+public:
+    // Opens the file and proves that it can be read.
+    SqliteSession(const std::u16string& file, std::int32_t timeLimit);
+    ~SqliteSession() override;
+
+    CursorOwner run(std::u16string_view statement, std::int32_t timeLimit) override;
+    bool isOpen() const noexcept override { return database_ != nullptr; }
+    void close() noexcept override;
+
+private:
+    friend class SqliteStatement;
+
+    // The time that one step may take. It starts when SQLite first asks, so that a step that neither waits
+    // nor is long costs no look at the clock.
+    class TimeLimit
+    {
+    public:
+        void set(std::int32_t seconds) noexcept;
+        // Seconds that are left; 0 or less when none are.
+        double left() noexcept;
+
+    private:
+        double seconds_ = 0, end_ = 0;
+        bool started_ = false;
+    };
+
+    static int whileLocked(void* session, int tries);
+    static int whileRunning(void* session);
+
+    SqliteStatement& idleStatement(std::u16string_view text);
+    void returned(SqliteStatement& statement) noexcept;
+
+    sqlite3* database_ = nullptr;
+    TimeLimit limit_;
+    std::vector<std::unique_ptr<SqliteStatement>> statements_; // the one used last in front
+    std::vector<std::u16string_view> literals_;                // of the statement that is about to run
+};
+
+} // namespace vqloan
