@@ -10,14 +10,16 @@
 
 namespace vqloan {
 
-enum class MemberKind : WORD {
+enum class MemberKind : WORD
+{
     method = DISPATCH_METHOD,
     get = DISPATCH_PROPERTYGET,
     put = DISPATCH_PROPERTYPUT,
     putref = DISPATCH_PROPERTYPUTREF,
 };
 
-enum class Passing {
+enum class Passing
+{
     in,            // by value
     inOut,         // by reference: the member reads it and may replace it
     optionalInOut, // the same, and may be left out

@@ -12,6 +12,8 @@
 #endif
 #define STDMETHODCALLTYPE
 #define STDAPICALLTYPE
+// An entry point of a component.
+#define STDAPI extern "C" __attribute__((visibility("default"))) HRESULT STDAPICALLTYPE
 
 using HRESULT = std::int32_t;
 using SCODE = HRESULT;

@@ -1,0 +1,62 @@
+#include "component/face/ErrorInfo.h"
+
+#include <string>
+
+#include "platform/automation/Bstr.h"
+#include "platform/automation/ComPtr.h"
+
+namespace vqloan {
+namespace {
+
+HRESULT resultOf(std::int32_t number) noexcept
+{
+    constexpr std::uint32_t runtimeFailures = 0x800A0000;
+    if (number >= 1 && number <= 65535)
+        return static_cast<HRESULT>(runtimeFailures + static_cast<std::uint32_t>(number));
+    // A failure must not look like success to the caller.
+    return number < 0 ? number : resultOf(static_cast<std::int32_t>(Failure::InternalError));
+}
+
+// The setters copy the text, but take it as one that they could write to.
+LPOLESTR writable(const std::u16string& text) noexcept
+{
+    return const_cast<LPOLESTR>(toOle(text.c_str()));
+}
+
+} // namespace
+
+HRESULT reportFailure(const RuntimeError& failure, REFIID iid) noexcept
+{
+    static const std::u16string component = u"VQLoan";
+    ComPtr<ICreateErrorInfo> details;
+    ComPtr<IErrorInfo> info;
+    if (SUCCEEDED(CreateErrorInfo(details.address()))) {
+        details->SetGUID(iid);
+        details->SetSource(writable(failure.source.empty() ? component : failure.source));
+        details->SetDescription(writable(failure.description));
+        details->SetHelpFile(writable(failure.helpFile));
+        details->SetHelpContext(static_cast<DWORD>(failure.helpContext));
+        if (SUCCEEDED(details->QueryInterface(IID_IErrorInfo, info.addressVoid())))
+            SetErrorInfo(0, info.get());
+    }
+    return resultOf(failure.number);
+}
+
+HRESULT reportException(HRESULT failure, EXCEPINFO* exception) noexcept
+{
+    ComPtr<IErrorInfo> info;
+    const bool explained = GetErrorInfo(0, info.address()) == S_OK && info;
+    if (exception) {
+        *exception = {};
+        exception->scode = failure;
+        if (explained) {
+            info->GetSource(&exception->bstrSource);
+            info->GetDescription(&exception->bstrDescription);
+            info->GetHelpFile(&exception->bstrHelpFile);
+            info->GetHelpContext(&exception->dwHelpContext);
+        }
+    }
+    return DISP_E_EXCEPTION;
+}
+
+} // namespace vqloan
