@@ -48,6 +48,17 @@ VARIANT_BOOL toAutomation(bool value) noexcept
     return value ? VARIANT_TRUE : VARIANT_FALSE;
 }
 
+// The caller's variable as a value. One that cannot be copied (an array, an unknown type) cannot be converted
+// to a text either; the operation is to find that out itself, and record it.
+Variant valueOf(const VARIANT& argument) noexcept
+{
+    try {
+        return Variant::copyOf(argument);
+    } catch (...) {
+        return Variant::missing();
+    }
+}
+
 VARIANT* unlessLeftOut(VARIANT* argument) noexcept
 {
     return argument && !Variant::isMissing(*argument) ? argument : nullptr;
@@ -156,7 +167,7 @@ HRESULT DispSvrFace::get_BibPosse(BSTR* result)
 {
     return enter({result}, [&] {
         *result = nullptr;
-        *result = given(server_.BibPosse);
+        *result = newText(server_.BibPosse);
     });
 }
 
@@ -179,7 +190,7 @@ HRESULT DispSvrFace::OpenDatabase(VARIANT* ConnectString, VARIANT_BOOL* result)
 {
     return enter({ConnectString, result}, [&] {
         *result = VARIANT_FALSE;
-        *result = toAutomation(server_.OpenDatabase(Variant::copyOf(*ConnectString)));
+        *result = toAutomation(server_.OpenDatabase(valueOf(*ConnectString)));
     });
 }
 
@@ -200,7 +211,7 @@ HRESULT DispSvrFace::InitLoans(BSTR* result)
 {
     return enter({result}, [&] {
         *result = nullptr;
-        *result = given(server_.InitLoans());
+        *result = newText(server_.InitLoans());
     });
 }
 
@@ -218,7 +229,7 @@ HRESULT DispSvrFace::VisNre(BSTR* Handle, BSTR* Bid, BSTR Buf, BSTR* result)
     return enter({Handle, Bid, result}, [&] {
         *result = nullptr;
         InOutText handle(Handle), bid(Bid);
-        *result = given(server_.VisNre(handle.text, bid.text, viewOf(Buf)));
+        *result = newText(server_.VisNre(handle.text, bid.text, viewOf(Buf)));
     });
 }
 
@@ -227,7 +238,7 @@ HRESULT DispSvrFace::TestCodBib(BSTR* CodBib, BSTR* result)
 {
     return enter({CodBib, result}, [&] {
         *result = nullptr;
-        *result = given(server_.TestCodBib(viewOf(*CodBib)));
+        *result = newText(server_.TestCodBib(viewOf(*CodBib)));
     });
 }
 
