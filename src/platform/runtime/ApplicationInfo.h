@@ -5,6 +5,8 @@
 
 namespace vqloan {
 
+template <class T> T& perThread();
+
 class ApplicationInfo
 {
 public:
@@ -18,11 +20,12 @@ public:
     // The loaded file itself, absolute.
     const std::u16string& file() const noexcept { return file_; }
 
-    // For tests and benchmarks, which hold the code in a program of their own: another file to be taken for the loaded
-    // one, by instances created afterwards on any thread and by the calling thread's.
+    // For tests and benchmarks, which hold the code in a program of their own: another file to be taken for
+    // the loaded one, by instances created afterwards on any thread and by the calling thread's.
     static void pretendFile(const std::u16string& file);
 
 private:
+    template <class T> friend T& perThread();
     ApplicationInfo();
     std::u16string file_, path_, moduleName_;
 };

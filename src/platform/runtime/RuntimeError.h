@@ -9,7 +9,8 @@
 namespace vqloan {
 
 // Numbers of the runtime's own failures; `describe` gives their texts.
-enum class Failure : std::int32_t {
+enum class Failure : std::int32_t
+{
     InvalidCall = 5,
     Overflow = 6,
     OutOfMemory = 7,
@@ -31,7 +32,8 @@ enum class Failure : std::int32_t {
     InvalidUseOfNull = 94,
 };
 
-// The runtime's text of a failure number; "Application-defined or object-defined error" for one it does not know.
+// The runtime's text of a failure number; "Application-defined or object-defined error" for one it does not
+// know.
 std::u16string_view describe(std::int32_t number) noexcept;
 
 // One failure with its six details. Numbers 1 to 65535 are the runtime's; all others are HRESULTs.

@@ -16,8 +16,8 @@ std::u16string_view trimLeft(std::u16string_view text) noexcept;
 std::u16string_view trimRight(std::u16string_view text) noexcept;
 std::u16string_view trim(std::u16string_view text) noexcept;
 
-// The part from `start` (from 1) to the end, or of at most `length` units; a start beyond the end gives the empty
-// text. RuntimeError 5 for a start below 1 or a negative length.
+// The part from `start` (from 1) to the end, or of at most `length` units; a start beyond the end gives the
+// empty text. RuntimeError 5 for a start below 1 or a negative length.
 std::u16string_view mid(std::u16string_view text, std::int32_t start);
 std::u16string_view mid(std::u16string_view text, std::int32_t start, std::int32_t length);
 // The first `length` units. RuntimeError 5 for a negative length.

@@ -1,8 +1,9 @@
-// The runtime's numbered sequential text files, in the single-byte code page. Numbers go from 1 to 511 and belong to
-// the calling thread. Paths are native ones in UTF-16. Failures are RuntimeErrors with the operating system's error
-// as lastDllError: 52 a number out of range or not open, 53 no such file, 54 read from a file open for writing or the
-// other way round, 55 a number that is open already, 57 and 61 the device failed or is full, 62 read at the end of
-// the file, 67 too many files, 70 permission denied, 75 not a file that can be opened, 76 no such directory.
+// The runtime's numbered sequential text files, in the single-byte code page. Numbers go from 1 to 511 and
+// belong to the calling thread. Paths are native ones in UTF-16. Failures are RuntimeErrors with the
+// operating system's error as lastDllError: 52 a number out of range or not open, 53 no such file, 54 read
+// from a file open for writing or the other way round, 55 a number that is open already, 57 and 61 the device
+// failed or is full, 62 read at the end of the file, 67 too many files, 70 permission denied, 75 not a file
+// that can be opened, 76 no such directory.
 #pragma once
 
 #include <cstdint>
@@ -18,15 +19,15 @@ void openForReading(std::int32_t number, std::u16string_view path);
 // Creates the file, or empties one that exists.
 void openForWriting(std::int32_t number, std::u16string_view path);
 
-// The text up to the next CR or the end of the file; a CR, or CR LF, ends a line and is taken away, a lone LF is
-// part of the line.
+// The text up to the next CR or the end of the file; a CR, or CR LF, ends a line and is taken away, a lone LF
+// is part of the line.
 std::u16string readLine(std::int32_t number);
 bool atEnd(std::int32_t number);
 // The text and CR LF.
 void writeLine(std::int32_t number, std::u16string_view line);
 
-// What was written is handed to the operating system here at the latest: 57 or 61 when it does not take it; the
-// number is free afterwards all the same. A number that is not open is left alone.
+// What was written is handed to the operating system here at the latest: 57 or 61 when it does not take it;
+// the number is free afterwards all the same. A number that is not open is left alone.
 void close(std::int32_t number);
 // Closes every file of the thread; failures are ignored.
 void closeAll() noexcept;

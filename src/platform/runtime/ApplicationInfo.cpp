@@ -1,0 +1,43 @@
+#include "platform/runtime/ApplicationInfo.h"
+
+#include <mutex>
+
+#include "platform/runtime/OsFile.h"
+#include "platform/runtime/OsProcess.h"
+#include "platform/runtime/PerThread.h"
+
+namespace vqloan {
+namespace {
+
+std::mutex pretendedGuard;
+std::u16string pretended; // empty: none
+
+} // namespace
+
+ApplicationInfo::ApplicationInfo()
+{
+    {
+        const std::lock_guard lock(pretendedGuard);
+        file_ = pretended.empty() ? os::loadedFile() : pretended;
+    }
+    const auto nameAt = file_.find_last_of(os::separators()) + 1; // 0 where there is none
+    path_ = file_.substr(0, nameAt > 1 ? nameAt - 1 : nameAt);    // the root's own separator stays
+    const auto name = file_.substr(nameAt);
+    moduleName_ = name.substr(0, name.rfind(u'.'));
+}
+
+const ApplicationInfo& ApplicationInfo::ofThread()
+{
+    return perThread<ApplicationInfo>();
+}
+
+void ApplicationInfo::pretendFile(const std::u16string& file)
+{
+    {
+        const std::lock_guard lock(pretendedGuard);
+        pretended = file;
+    }
+    perThread<ApplicationInfo>() = ApplicationInfo();
+}
+
+} // namespace vqloan

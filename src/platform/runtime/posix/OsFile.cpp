@@ -1,0 +1,194 @@
+#include "platform/runtime/OsFile.h"
+
+#include <cerrno>
+#include <string>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/runtime/RuntimeError.h"
+#include "platform/runtime/Text.h"
+
+namespace vqloan::os {
+namespace {
+
+// The system would stop reading a path at an embedded 0 and open another file than the one named.
+std::string nativePath(std::u16string_view path)
+{
+    if (path.empty())
+        throw RuntimeError(Failure::PathFileAccessError, ENOENT);
+    if (path.find(u'\0') != path.npos)
+        throw RuntimeError(Failure::BadFileNumber, EINVAL);
+    return text::toUtf8(path);
+}
+
+bool isDirectory(const std::string& path)
+{
+    struct stat status;
+    return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+bool isDirectoryThere(const std::string& path)
+{
+    const auto slash = path.rfind('/');
+    return slash == path.npos || isDirectory(path.substr(0, slash + 1));
+}
+
+Failure failureOf(int error, Failure otherwise)
+{
+    switch (error) {
+    case EACCES:
+    case EPERM:
+    case EBUSY:
+    case ETXTBSY:
+        return Failure::PermissionDenied;
+    case ENOTDIR:
+        return Failure::PathNotFound;
+    case ENAMETOOLONG:
+        return Failure::BadFileNumber;
+    case EISDIR:
+    case EROFS:
+        return Failure::PathFileAccessError;
+    case ENOSPC:
+    case EDQUOT:
+    case EFBIG:
+        return Failure::DiskFull;
+    case EIO:
+        return Failure::DeviceIoError;
+    case EMFILE:
+    case ENFILE:
+        return Failure::TooManyFiles;
+    case ENOMEM:
+        return Failure::OutOfMemory;
+    default:
+        return otherwise;
+    }
+}
+
+[[noreturn]] void failOnPath(const std::string& path)
+{
+    const int error = errno;
+    if (error == ENOENT)
+        throw RuntimeError(isDirectoryThere(path) ? Failure::FileNotFound : Failure::PathNotFound, error);
+    throw RuntimeError(failureOf(error, Failure::PathFileAccessError), error);
+}
+
+[[noreturn]] void failOnDevice()
+{
+    const int error = errno;
+    throw RuntimeError(failureOf(error, Failure::DeviceIoError), error);
+}
+
+std::int64_t nanoseconds(const struct timespec& time)
+{
+    return time.tv_sec * 1'000'000'000LL + time.tv_nsec;
+}
+
+FileState stateFrom(const struct stat& status)
+{
+    return {.device = status.st_dev,
+            .file = status.st_ino,
+            .size = status.st_size,
+            .modified = nanoseconds(status.st_mtim),
+            .changed = nanoseconds(status.st_ctim)};
+}
+
+int descriptor(std::intptr_t handle)
+{
+    return static_cast<int>(handle);
+}
+
+} // namespace
+
+File::File(std::u16string_view path, Mode mode)
+{
+    const std::string native = nativePath(path);
+    // O_NONBLOCK means nothing for a regular file; without it a FIFO under that name would hang the caller.
+    const int flags =
+        O_CLOEXEC | O_NOCTTY | O_NONBLOCK | (mode == Mode::Write ? O_WRONLY | O_CREAT | O_TRUNC : O_RDONLY);
+    do
+        handle_ = ::open(native.c_str(), flags, 0666);
+    while (handle_ < 0 && errno == EINTR);
+    if (handle_ < 0)
+        failOnPath(native);
+}
+
+File::~File()
+{
+    if (handle_ >= 0)
+        ::close(descriptor(handle_));
+}
+
+std::size_t File::read(char* buffer, std::size_t size)
+{
+    for (;;) {
+        const ssize_t count = ::read(descriptor(handle_), buffer, size);
+        if (count >= 0)
+            return static_cast<std::size_t>(count);
+        if (errno != EINTR)
+            failOnDevice();
+    }
+}
+
+void File::write(std::string_view bytes)
+{
+    while (!bytes.empty()) {
+        const ssize_t count = ::write(descriptor(handle_), bytes.data(), bytes.size());
+        if (count >= 0)
+            bytes.remove_prefix(static_cast<std::size_t>(count));
+        else if (errno != EINTR)
+            failOnDevice();
+    }
+}
+
+void File::close()
+{
+    // Never tried again: an interrupted close has closed all the same, and the number may be another file's
+    // by now.
+    if (::close(descriptor(std::exchange(handle_, -1))) != 0 && errno != EINTR)
+        failOnDevice();
+}
+
+FileState File::state() const
+{
+    struct stat status;
+    if (::fstat(descriptor(handle_), &status) != 0)
+        failOnDevice();
+    return stateFrom(status);
+}
+
+void removeFile(std::u16string_view path)
+{
+    const std::string native = nativePath(path);
+    if (::unlink(native.c_str()) != 0) {
+        // Some systems say EPERM where the name is a directory's.
+        if (errno == EPERM && isDirectory(native))
+            errno = EISDIR;
+        failOnPath(native);
+    }
+}
+
+std::optional<FileState> stateOf(std::u16string_view path)
+{
+    struct stat status;
+    if (::stat(text::toUtf8(path).c_str(), &status) != 0)
+        return std::nullopt;
+    return stateFrom(status);
+}
+
+bool isReadableFile(std::u16string_view path)
+{
+    const std::string native = text::toUtf8(path);
+    struct stat status;
+    return ::stat(native.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
+           ::access(native.c_str(), R_OK) == 0;
+}
+
+std::u16string_view separators() noexcept
+{
+    return u"/";
+}
+
+} // namespace vqloan::os
