@@ -217,6 +217,11 @@ struct EXCEPINFO
 };
 static_assert(sizeof(EXCEPINFO) == 64);
 
+// Flags of VariantChangeType: an object's default property is not asked for; a Boolean becomes "True" or "False"
+// rather than "-1" or "0".
+inline constexpr USHORT VARIANT_NOVALUEPROP = 1;
+inline constexpr USHORT VARIANT_ALPHABOOL = 2;
+
 inline constexpr WORD DISPATCH_METHOD = 1;
 inline constexpr WORD DISPATCH_PROPERTYGET = 2;
 inline constexpr WORD DISPATCH_PROPERTYPUT = 4;
@@ -334,7 +339,8 @@ AUTOMATION_API HRESULT GetErrorInfo(ULONG reserved, IErrorInfo** info);
 AUTOMATION_API HRESULT SetErrorInfo(ULONG reserved, IErrorInfo* info);
 AUTOMATION_API HRESULT CreateErrorInfo(ICreateErrorInfo** info);
 
-// Classes, looked up in the per-user registry file (Registry.h).
+// Classes, looked up in the per-user registry file (ClassRegistry.h). CO_E_DLLNOTFOUND when the registered file is
+// gone, CO_E_ERRORINDLL when it cannot be loaded or is no component.
 AUTOMATION_API HRESULT CoInitialize(void* reserved);
 AUTOMATION_API HRESULT CoInitializeEx(void* reserved, DWORD model);
 AUTOMATION_API void CoUninitialize();

@@ -1,0 +1,29 @@
+// How the user writes numbers and dates.
+#pragma once
+
+#include "platform/automation/Automation.h"
+
+namespace automation {
+
+enum class DateOrder
+{
+    DayMonthYear,
+    MonthDayYear,
+    YearMonthDay
+};
+
+// As it stands, the conventions of LOCALE_INVARIANT and of a user without a locale.
+struct Locale
+{
+    char16_t decimal = u'.';
+    char16_t thousands = u','; // 0 where digits are not grouped
+    DateOrder order = DateOrder::MonthDayYear;
+    char16_t dateSeparator = u'/';
+};
+
+// The user's conventions, from LC_ALL, LC_NUMERIC, LC_TIME and LANG as the environment has them now, whatever
+// the host program has told setlocale. Cheap as long as they stay the same. A locale that is not installed
+// counts as none.
+const Locale& localeOf(LCID locale);
+
+} // namespace automation
