@@ -10,11 +10,20 @@
 namespace vqloan {
 
 // OLECHAR is char16_t here and wchar_t on Windows, both UTF-16.
-inline const char16_t* toText(const OLECHAR* text) noexcept { return reinterpret_cast<const char16_t*>(text); }
-inline const OLECHAR* toOle(const char16_t* text) noexcept { return reinterpret_cast<const OLECHAR*>(text); }
+inline const char16_t* toText(const OLECHAR* text) noexcept
+{
+    return reinterpret_cast<const char16_t*>(text);
+}
+inline const OLECHAR* toOle(const char16_t* text) noexcept
+{
+    return reinterpret_cast<const OLECHAR*>(text);
+}
 
 // The text of a BSTR that somebody else owns; null is the empty text. Valid as long as the BSTR is.
-inline std::u16string_view viewOf(BSTR text) noexcept { return {text ? toText(text) : u"", SysStringLen(text)}; }
+inline std::u16string_view viewOf(BSTR text) noexcept
+{
+    return {text ? toText(text) : u"", SysStringLen(text)};
+}
 
 class Bstr
 {

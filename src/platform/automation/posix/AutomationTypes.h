@@ -58,16 +58,28 @@ inline bool operator==(const GUID& a, const GUID& b) noexcept
     return __builtin_memcmp(&a, &b, sizeof(GUID)) == 0;
 }
 
-inline bool IsEqualGUID(REFGUID a, REFGUID b) noexcept { return a == b; }
-inline bool IsEqualIID(REFIID a, REFIID b) noexcept { return a == b; }
-inline bool IsEqualCLSID(REFCLSID a, REFCLSID b) noexcept { return a == b; }
+inline bool IsEqualGUID(REFGUID a, REFGUID b) noexcept
+{
+    return a == b;
+}
+inline bool IsEqualIID(REFIID a, REFIID b) noexcept
+{
+    return a == b;
+}
+inline bool IsEqualCLSID(REFCLSID a, REFCLSID b) noexcept
+{
+    return a == b;
+}
 
 inline constexpr BOOL TRUE = 1;
 inline constexpr BOOL FALSE = 0;
 inline constexpr VARIANT_BOOL VARIANT_TRUE = -1;
 inline constexpr VARIANT_BOOL VARIANT_FALSE = 0;
 
-inline constexpr HRESULT hresult(std::uint32_t bits) noexcept { return static_cast<HRESULT>(bits); }
+inline constexpr HRESULT hresult(std::uint32_t bits) noexcept
+{
+    return static_cast<HRESULT>(bits);
+}
 inline constexpr HRESULT S_OK = 0;
 inline constexpr HRESULT S_FALSE = 1;
 inline constexpr HRESULT E_NOTIMPL = hresult(0x80004001);
@@ -101,8 +113,14 @@ inline constexpr HRESULT DISP_E_UNKNOWNLCID = hresult(0x8002000C);
 inline constexpr HRESULT DISP_E_ARRAYISLOCKED = hresult(0x8002000D);
 inline constexpr HRESULT DISP_E_BADPARAMCOUNT = hresult(0x8002000E);
 inline constexpr HRESULT DISP_E_PARAMNOTOPTIONAL = hresult(0x8002000F);
-inline constexpr bool SUCCEEDED(HRESULT result) noexcept { return result >= 0; }
-inline constexpr bool FAILED(HRESULT result) noexcept { return result < 0; }
+inline constexpr bool SUCCEEDED(HRESULT result) noexcept
+{
+    return result >= 0;
+}
+inline constexpr bool FAILED(HRESULT result) noexcept
+{
+    return result < 0;
+}
 
 inline constexpr LCID LOCALE_USER_DEFAULT = 0x0400;
 inline constexpr LCID LOCALE_INVARIANT = 0x007F;
@@ -217,8 +235,8 @@ struct EXCEPINFO
 };
 static_assert(sizeof(EXCEPINFO) == 64);
 
-// Flags of VariantChangeType: an object's default property is not asked for; a Boolean becomes "True" or "False"
-// rather than "-1" or "0".
+// Flags of VariantChangeType: an object's default property is not asked for; a Boolean becomes "True" or
+// "False" rather than "-1" or "0".
 inline constexpr USHORT VARIANT_NOVALUEPROP = 1;
 inline constexpr USHORT VARIANT_ALPHABOOL = 2;
 
@@ -234,14 +252,15 @@ inline constexpr IID IID_NULL{};
 inline constexpr IID IID_IUnknown{0x00000000, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 inline constexpr IID IID_IClassFactory{0x00000001, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 inline constexpr IID IID_IDispatch{0x00020400, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
-inline constexpr IID IID_IErrorInfo{0x1CF2B120, 0x547D, 0x101B, {0x8E, 0x65, 0x08, 0x00, 0x2B, 0x2B, 0xD1, 0x19}};
+inline constexpr IID IID_IErrorInfo{
+    0x1CF2B120, 0x547D, 0x101B, {0x8E, 0x65, 0x08, 0x00, 0x2B, 0x2B, 0xD1, 0x19}};
 inline constexpr IID IID_ICreateErrorInfo{
     0x22F03340, 0x547D, 0x101B, {0x8E, 0x65, 0x08, 0x00, 0x2B, 0x2B, 0xD1, 0x19}};
 inline constexpr IID IID_ISupportErrorInfo{
     0xDF0B3D60, 0x548F, 0x101B, {0x8E, 0x65, 0x08, 0x00, 0x2B, 0x2B, 0xD1, 0x19}};
 
-// Interfaces: the functions stand in the published order and no destructor is virtual, so that an object starts
-// with a pointer to exactly the published table.
+// Interfaces: the functions stand in the published order and no destructor is virtual, so that an object
+// starts with a pointer to exactly the published table.
 struct IUnknown
 {
     virtual HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) = 0;
@@ -339,12 +358,13 @@ AUTOMATION_API HRESULT GetErrorInfo(ULONG reserved, IErrorInfo** info);
 AUTOMATION_API HRESULT SetErrorInfo(ULONG reserved, IErrorInfo* info);
 AUTOMATION_API HRESULT CreateErrorInfo(ICreateErrorInfo** info);
 
-// Classes, looked up in the per-user registry file (ClassRegistry.h). CO_E_DLLNOTFOUND when the registered file is
-// gone, CO_E_ERRORINDLL when it cannot be loaded or is no component.
+// Classes, looked up in the per-user registry file (ClassRegistry.h). CO_E_DLLNOTFOUND when the registered
+// file is gone, CO_E_ERRORINDLL when it cannot be loaded or is no component.
 AUTOMATION_API HRESULT CoInitialize(void* reserved);
 AUTOMATION_API HRESULT CoInitializeEx(void* reserved, DWORD model);
 AUTOMATION_API void CoUninitialize();
-AUTOMATION_API HRESULT CoGetClassObject(REFCLSID clsid, DWORD context, void* reserved, REFIID iid, void** object);
+AUTOMATION_API HRESULT CoGetClassObject(REFCLSID clsid, DWORD context, void* reserved, REFIID iid,
+                                        void** object);
 AUTOMATION_API HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID iid,
                                         void** object);
 AUTOMATION_API void CoFreeUnusedLibraries();
@@ -356,8 +376,8 @@ AUTOMATION_API INT StringFromGUID2(REFGUID guid, LPOLESTR text, INT capacity);
 AUTOMATION_API HRESULT AutomationRegisterClass(REFCLSID clsid, LPCOLESTR progId, LPCOLESTR file);
 AUTOMATION_API HRESULT AutomationUnregisterClass(REFCLSID clsid, LPCOLESTR progId);
 
-// Not on Windows, where a thread's pending events are its message queue. A client whose thread has an event loop
-// names here what runs one pass of it; the component calls it while it waits. Null for no event loop.
+// Not on Windows, where a thread's pending events are its message queue. A client whose thread has an event
+// loop names here what runs one pass of it; the component calls it while it waits. Null for no event loop.
 AUTOMATION_API void AutomationSetPendingEvents(void (*runOnePass)(void* context), void* context);
 AUTOMATION_API void AutomationRunPendingEvents();
 }
