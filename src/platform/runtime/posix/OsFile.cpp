@@ -14,12 +14,17 @@
 namespace vqloan::os {
 namespace {
 
-// The system would stop reading a path at an embedded 0 and open another file than the one named.
+// The system would stop reading a path at an embedded 0 and take another file than the one named.
+bool isNamable(std::u16string_view path)
+{
+    return path.find(u'\0') == path.npos;
+}
+
 std::string nativePath(std::u16string_view path)
 {
     if (path.empty())
         throw RuntimeError(Failure::PathFileAccessError, ENOENT);
-    if (path.find(u'\0') != path.npos)
+    if (!isNamable(path))
         throw RuntimeError(Failure::BadFileNumber, EINVAL);
     return text::toUtf8(path);
 }
@@ -173,7 +178,7 @@ void removeFile(std::u16string_view path)
 std::optional<FileState> stateOf(std::u16string_view path)
 {
     struct stat status;
-    if (::stat(text::toUtf8(path).c_str(), &status) != 0)
+    if (!isNamable(path) || ::stat(text::toUtf8(path).c_str(), &status) != 0)
         return std::nullopt;
     return stateFrom(status);
 }
@@ -182,7 +187,7 @@ bool isReadableFile(std::u16string_view path)
 {
     const std::string native = text::toUtf8(path);
     struct stat status;
-    return ::stat(native.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
+    return isNamable(path) && ::stat(native.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
            ::access(native.c_str(), R_OK) == 0;
 }
 

@@ -1,0 +1,27 @@
+// The closed components are not to be had on this system: the stand-ins take their place.
+#include "external/DbTools.h"
+#include "external/IniFile.h"
+#include "external/SysTools.h"
+#include "platform/runtime/PerThread.h"
+#include "platform/standins/DbTools.h"
+#include "platform/standins/IniFile.h"
+#include "platform/standins/SysTools.h"
+
+namespace vqloan {
+
+SysTools& sysTools()
+{
+    return perThread<standins::SysTools>();
+}
+
+DbTools& dbTools()
+{
+    return perThread<standins::DbTools>();
+}
+
+std::shared_ptr<IniFile> createIniFile()
+{
+    return std::make_shared<standins::IniFile>();
+}
+
+} // namespace vqloan

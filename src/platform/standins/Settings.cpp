@@ -1,0 +1,82 @@
+#include "platform/standins/Settings.h"
+
+#include <optional>
+#include <unordered_set>
+#include <utility>
+
+#include "platform/runtime/Text.h"
+
+namespace vqloan::standins {
+namespace {
+
+constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+
+std::u16string decode(std::string_view bytes)
+{
+    if (bytes.starts_with(byteOrderMark))
+        return text::fromUtf8(bytes.substr(byteOrderMark.size()));
+    // Pure ASCII reads the same either way.
+    return text::isUtf8(bytes) ? text::fromUtf8(bytes) : text::fromCodePage(bytes);
+}
+
+std::u16string_view withoutBlanks(std::u16string_view text)
+{
+    const auto first = text.find_first_not_of(u" \t");
+    if (first == text.npos)
+        return {};
+    return text.substr(first, text.find_last_not_of(u" \t") - first + 1);
+}
+
+std::u16string_view withoutQuotes(std::u16string_view value)
+{
+    const bool quoted = value.size() >= 2 && value.front() == value.back() &&
+                        (value.front() == u'"' || value.front() == u'\'');
+    return quoted ? value.substr(1, value.size() - 2) : value;
+}
+
+std::u16string nameOf(std::u16string_view text)
+{
+    return text::upper(withoutBlanks(text));
+}
+
+// No name holds a line feed, so no section and key can be taken for another's.
+std::u16string keyOf(const std::u16string& sectionName, std::u16string_view key)
+{
+    return sectionName + u'\n' + nameOf(key);
+}
+
+} // namespace
+
+Settings::Settings(std::string_view fileContents)
+{
+    const std::u16string contents = decode(fileContents);
+    std::u16string_view rest = contents;
+    std::unordered_set<std::u16string> sections;
+    std::optional<std::u16string> section; // none before the first one and in a repeated one
+    while (!rest.empty()) {
+        const auto end = rest.find_first_of(u"\r\n");
+        const std::u16string_view line = withoutBlanks(rest.substr(0, end));
+        rest.remove_prefix(end == rest.npos ? rest.size() : end + 1);
+
+        if (line.empty() || line.front() == u';')
+            continue;
+        if (line.front() == u'[') {
+            section = nameOf(line.substr(1, line.find(u']') - 1));
+            if (!sections.insert(*section).second)
+                section.reset();
+            continue;
+        }
+        const auto equals = line.find(u'=');
+        if (section && equals != line.npos)
+            values_.emplace(keyOf(*section, line.substr(0, equals)),
+                            withoutQuotes(withoutBlanks(line.substr(equals + 1))));
+    }
+}
+
+const std::u16string* Settings::find(std::u16string_view section, std::u16string_view key) const
+{
+    const auto found = values_.find(keyOf(nameOf(section), key));
+    return found == values_.end() ? nullptr : &found->second;
+}
+
+} // namespace vqloan::standins
