@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <utility>
 
 #include "platform/runtime/OsProcess.h"
 
@@ -12,20 +13,20 @@ constexpr char16_t marker = u'\u00A7';
 
 } // namespace
 
-bool Placeholders::resolve(std::u16string& name, std::u16string& culprit)
+Placeholders::Outcome Placeholders::resolve(std::u16string& name)
 {
     std::vector<std::u16string> under;
-    return expand(name, under, culprit);
+    return expand(name, under);
 }
 
 // `under`: the names whose values are being expanded.
-bool Placeholders::expand(std::u16string& name, std::vector<std::u16string>& under, std::u16string& culprit)
+Placeholders::Outcome Placeholders::expand(std::u16string& name, std::vector<std::u16string>& under)
 {
-    std::optional<std::u16string> raw = os::environmentVariable(name);
-    if (!raw || std::find(under.begin(), under.end(), name) != under.end()) {
-        culprit = name;
-        return true;
-    }
+    const std::optional<std::u16string> raw = os::environmentVariable(name);
+    if (!raw)
+        return Outcome::NotSet;
+    if (std::find(under.begin(), under.end(), name) != under.end())
+        return Outcome::BadContents;
 
     under.push_back(name);
     std::u16string value;
@@ -36,8 +37,8 @@ bool Placeholders::expand(std::u16string& name, std::vector<std::u16string>& und
         if (closing == rest.npos)
             break; // a lone marker is an ordinary character
         std::u16string inner(rest.substr(opening + 1, closing - opening - 1));
-        if (expand(inner, under, culprit))
-            return true;
+        if (expand(inner, under) != Outcome::Resolved)
+            return Outcome::BadContents;
         value += rest.substr(0, opening);
         value += inner;
         rest.remove_prefix(closing + 1);
@@ -47,14 +48,12 @@ bool Placeholders::expand(std::u16string& name, std::vector<std::u16string>& und
 
     // Lone markers of two parts can meet. Every value taking away two markers and bringing one at most is
     // also what lets a caller who searches again from the start come to an end.
-    if (std::count(value.begin(), value.end(), marker) > 1) {
-        culprit = name;
-        return true;
-    }
+    if (std::count(value.begin(), value.end(), marker) > 1)
+        return Outcome::BadContents;
     if (!value.empty())
         resolved_.insert(value);
     name = std::move(value);
-    return false;
+    return Outcome::Resolved;
 }
 
 std::u16string Placeholders::mask(std::u16string_view text) const

@@ -12,10 +12,16 @@ namespace vqloan::standins {
 class Placeholders
 {
 public:
-    // Replaces `name` by its value, in which placeholders are replaced in turn. True when that could NOT be
-    // done: no such variable, one that leads back to itself, or a value that would still hold a placeholder;
-    // then `culprit` is the name it failed on, and `name` is unchanged.
-    bool resolve(std::u16string& name, std::u16string& culprit);
+    enum class Outcome
+    {
+        Resolved,
+        NotSet,      // no such variable
+        BadContents, // its value leads back to itself or to a variable that is not set, or holds a
+                     // placeholder
+    };
+    // Replaces `name` by its value, in which placeholders are replaced in turn; leaves it when that cannot be
+    // done.
+    Outcome resolve(std::u16string& name);
 
     // The text with "***" in the place of every value resolved so far.
     std::u16string mask(std::u16string_view text) const;
@@ -29,7 +35,7 @@ private:
         }
     };
 
-    bool expand(std::u16string& name, std::vector<std::u16string>& under, std::u16string& culprit);
+    Outcome expand(std::u16string& name, std::vector<std::u16string>& under);
 
     std::set<std::u16string, LongestFirst> resolved_;
 };
