@@ -38,7 +38,7 @@ public:
     std::u16string text;
 };
 
-BSTR given(std::u16string_view text)
+BSTR newText(std::u16string_view text)
 {
     return Bstr(text).release();
 }
