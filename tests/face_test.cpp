@@ -1,0 +1,507 @@
+// The automation face: what clients in any language rely on, whatever the operations behind it do.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <span>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "Component.h"
+#include "component/face/Dispatch.h"
+#include "component/face/ErrorInfo.h"
+#include "component/face/Members.h"
+#include "platform/automation/Bstr.h"
+#include "platform/automation/Variant.h"
+#include "platform/runtime/Text.h"
+
+namespace vqloan::test {
+namespace {
+
+constexpr DISPID bibPosse = 0x40030002, dbType = 0x40030003, openDatabase = 0x60030005, shutDown = 0x60030007,
+                 lastError = 0x6003000C, visNre = 0x60030012, testCodBib = 0x60030013, zObj = 0x68030000;
+
+VARIANT of(VARTYPE type, void* value = nullptr)
+{
+    VARIANT variant;
+    VariantInit(&variant);
+    variant.vt = type;
+    variant.byref = value;
+    return variant;
+}
+
+// A call by DISPID. Arguments stand in the order of a script, the named ones last.
+struct ScriptCall
+{
+    DISPID id;
+    WORD flags;
+    std::vector<VARIANT> arguments{};
+    std::vector<DISPID> names{}; // of the last arguments
+
+    HRESULT on(IDispatch* object, Variant& result, EXCEPINFO* exception = nullptr, UINT* inError = nullptr)
+    {
+        std::vector<VARIANT> reversed(arguments.rbegin(), arguments.rend());
+        std::vector<DISPID> reversedNames(names.rbegin(), names.rend());
+        DISPPARAMS given{reversed.data(), reversedNames.data(), static_cast<UINT>(reversed.size()),
+                         static_cast<UINT>(names.size())};
+        return object->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, flags, &given, result.address(), exception,
+                              inError);
+    }
+};
+
+// --- Use ---
+
+// A client in another language knows the numbers of the slots, not their names.
+TEST(Face, SlotsAreWhereTheyArePublished)
+{
+    const Component component;
+    const auto object = component.create();
+    const auto slot = [&]<class Value>(int number, Value value) {
+        void** const slots = *reinterpret_cast<void***>(object.get());
+        return reinterpret_cast<HRESULT(STDMETHODCALLTYPE*)(void*, Value)>(slots[number])(object.get(),
+                                                                                          value);
+    };
+    const Bstr given(std::u16string_view(u"a\0b", 3));
+    Bstr taken;
+    SHORT kind = 0;
+    IDispatch* nothing = object.get();
+    EXPECT_EQ(slot(8, given.get()), S_OK);
+    EXPECT_EQ(slot(7, taken.address()), S_OK);
+    EXPECT_EQ(taken.view(), given.view());
+    EXPECT_EQ(slot(10, SHORT{7}), S_OK);
+    EXPECT_EQ(slot(9, &kind), S_OK);
+    EXPECT_EQ(kind, 7);
+    EXPECT_EQ(slot(18, &nothing), S_OK);
+    EXPECT_EQ(nothing, nullptr);
+}
+
+TEST(Face, EveryMemberWorksByNameInAnyCase)
+{
+    const Component component;
+    const auto object = component.create();
+    for (const Member& member : members) {
+        std::vector<std::u16string> names{text::upper(member.name)};
+        std::vector<DISPID> expected{member.id};
+        ScriptCall call{member.id, static_cast<WORD>(member.kind)};
+        for (const Parameter& parameter : std::span(member.parameterSlots).first(member.parameterCount())) {
+            if (parameter.name.empty()) {
+                call.names = {DISPID_PROPERTYPUT};
+            } else {
+                names.push_back(text::upper(parameter.name));
+                expected.push_back(static_cast<DISPID>(call.arguments.size()));
+            }
+            call.arguments.push_back(of(parameter.type == VT_VARIANT ? VARTYPE{VT_EMPTY} : parameter.type));
+        }
+        const std::string shown = text::toUtf8(member.name);
+        std::vector<LPOLESTR> pointers;
+        for (std::u16string& name : names)
+            pointers.push_back(name.data());
+        std::vector<DISPID> ids(names.size());
+        const auto count = static_cast<UINT>(names.size());
+        EXPECT_EQ(object->GetIDsOfNames(IID_NULL, pointers.data(), count, 0, ids.data()), S_OK) << shown;
+        EXPECT_EQ(ids, expected) << shown;
+        Variant result;
+        EXPECT_EQ(call.on(object.get(), result), S_OK) << shown;
+        EXPECT_EQ(result.get().vt, member.result) << shown;
+    }
+}
+
+TEST(Face, TypeLibrarySourceSaysWhatTheTableSays)
+{
+    std::ifstream file(std::filesystem::path(__FILE__).parent_path() / "../src/component/face/VQLoan.idl");
+    const std::string idl(std::istreambuf_iterator<char>(file), {});
+    std::map<Passing, std::string> passing{{Passing::in, "[in] "},
+                                           {Passing::inOut, "[in, out] "},
+                                           {Passing::optionalInOut, "[in, out, optional] "}};
+    std::size_t at = 0; // members in their order, each with its parameters in theirs
+    const auto next = [&](const std::string& expected) {
+        at = idl.find(expected, at);
+        EXPECT_NE(at, std::string::npos) << expected;
+    };
+    for (const Member& member : members) {
+        std::ostringstream id;
+        id << "[id(0x" << std::hex << member.id << ")";
+        next(id.str());
+        next(" HRESULT " + text::toUtf8(member.name) + "(");
+        for (const Parameter& p : std::span(member.parameterSlots).first(member.parameterCount())) {
+            next(passing[p.passing]);
+            next((p.passing == Passing::in ? " " : "* ") + (p.name.empty() ? "value" : text::toUtf8(p.name)));
+        }
+    }
+}
+
+// --- Wrong use ---
+
+TEST(Face, WrongUseByNameGetsItsResult)
+{
+    const Component component;
+    const auto object = component.create();
+    constexpr WORD method = DISPATCH_METHOD, get = DISPATCH_PROPERTYGET, put = DISPATCH_PROPERTYPUT;
+    constexpr UINT untouched = 99;
+    Variant number(std::int32_t{70000}), text(u"x");
+    const VARIANT missing = Variant::missing().get(), any = text.get();
+    LONG longVariable = 1;
+    struct Case
+    {
+        const char* name;
+        ScriptCall call;
+        HRESULT expected;
+        UINT index = untouched;
+    } cases[] = {
+        {"as scripts call for a value", {testCodBib, method | get, {any}}, S_OK},
+        {"no such member", {1, method}, DISP_E_MEMBERNOTFOUND},
+        {"method as property", {shutDown, get}, DISP_E_MEMBERNOTFOUND},
+        {"property as method", {bibPosse, method}, DISP_E_MEMBERNOTFOUND},
+        {"object property by let", {zObj, put, {any}, {DISPID_PROPERTYPUT}}, DISP_E_MEMBERNOTFOUND},
+        {"too many", {testCodBib, method, {any, any}}, DISP_E_BADPARAMCOUNT},
+        {"too few", {testCodBib, method}, DISP_E_PARAMNOTOPTIONAL},
+        {"left out, not optional", {visNre, method, {any, missing, any}}, DISP_E_PARAMNOTOPTIONAL, 1},
+        {"put without a value", {dbType, put}, DISP_E_PARAMNOTOPTIONAL},
+        {"put of an unnamed value", {dbType, put, {any}}, DISP_E_PARAMNOTFOUND},
+        {"out of range", {dbType, put, {number.get()}, {DISPID_PROPERTYPUT}}, DISP_E_OVERFLOW, 0},
+        {"null as text", {visNre, method, {of(VT_NULL), any, any}}, DISP_E_TYPEMISMATCH, 2},
+        {"no type", {testCodBib, method, {of(0x0FFF)}}, DISP_E_BADVARTYPE, 0},
+        {"no text", {testCodBib, method, {of(VT_BYREF | VT_I4, &longVariable)}}, DISP_E_TYPEMISMATCH, 0},
+        {"no variable", {openDatabase, method, {of(VT_BYREF | VT_VARIANT)}}, DISP_E_TYPEMISMATCH, 0},
+        {"unknown named", {lastError, method, {any}, {6}}, DISP_E_PARAMNOTFOUND, 0},
+        {"named twice", {testCodBib, method, {any}, {DISPID_PROPERTYPUT}}, DISP_E_PARAMNOTFOUND, 0},
+    };
+    for (Case& wrong : cases) {
+        Variant result;
+        UINT index = untouched;
+        EXPECT_EQ(wrong.call.on(object.get(), result, nullptr, &index), wrong.expected) << wrong.name;
+        EXPECT_EQ(index, wrong.index) << wrong.name;
+        EXPECT_EQ(wrong.call.on(object.get(), result), wrong.expected) << wrong.name << ", without an index";
+    }
+    DISPPARAMS none{}, noArray{nullptr, nullptr, 1, 0}, noNames{text.address(), nullptr, 1, 1};
+    const auto invoke = [&](REFIID reserved, DISPPARAMS* given) {
+        return object->Invoke(shutDown, reserved, 0, method, given, nullptr, nullptr, nullptr);
+    };
+    EXPECT_EQ(invoke(IID_IUnknown, &none), DISP_E_UNKNOWNINTERFACE);
+    EXPECT_EQ(invoke(IID_NULL, &noArray), E_INVALIDARG);
+    EXPECT_EQ(invoke(IID_NULL, &noNames), E_INVALIDARG);
+
+    std::u16string known = u"VISNRE", odd = u"Note", parameter = u"BUF";
+    LPOLESTR names[] = {known.data(), odd.data(), nullptr, parameter.data()};
+    DISPID ids[4] = {};
+    EXPECT_EQ(object->GetIDsOfNames(IID_NULL, names, 4, 0, ids), DISP_E_UNKNOWNNAME);
+    EXPECT_EQ(std::vector(ids, ids + 4), (std::vector<DISPID>{visNre, DISPID_UNKNOWN, DISPID_UNKNOWN, 2}));
+    EXPECT_EQ(object->GetIDsOfNames(IID_NULL, names + 1, 1, 0, ids), DISP_E_UNKNOWNNAME);
+}
+
+TEST(Face, NullPointersAreRefused)
+{
+    const Component component;
+    const auto object = component.create();
+    const auto o = object.get();
+    Bstr text;
+    Variant kind(u"SQL");
+    VARIANT_BOOL failed = 0;
+    DISPID id = 0;
+    LPOLESTR name = nullptr;
+    const HRESULT results[] = {
+        o->QueryInterface(IID_IUnknown, nullptr),
+        o->GetTypeInfoCount(nullptr),
+        o->GetTypeInfo(0, 0, nullptr),
+        o->GetIDsOfNames(IID_NULL, nullptr, 1, 0, &id),
+        o->GetIDsOfNames(IID_NULL, &name, 1, 0, nullptr),
+        o->Invoke(shutDown, IID_NULL, 0, DISPATCH_METHOD, nullptr, nullptr, nullptr, nullptr),
+        o->get_BibPosse(nullptr),
+        o->get_DBType(nullptr),
+        o->OpenDatabase(nullptr, &failed),
+        o->OpenDatabase(kind.address(), nullptr),
+        o->ErrNumber(nullptr),
+        o->InitLoans(nullptr),
+        o->VisNre(nullptr, text.address(), nullptr, text.address()),
+        o->VisNre(text.address(), nullptr, nullptr, text.address()),
+        o->VisNre(text.address(), text.address(), nullptr, nullptr),
+        o->TestCodBib(nullptr, text.address()),
+        o->TestCodBib(text.address(), nullptr),
+        o->get_ZObj(nullptr),
+        component.factory()->CreateInstance(nullptr, IID__DispSvr, nullptr),
+        component.classObject(CLSID_DispSvr, IID_IClassFactory, nullptr)};
+    for (std::size_t i = 0; i < std::size(results); ++i)
+        EXPECT_EQ(results[i], E_POINTER) << "call " << i;
+}
+
+// --- By-reference arguments and failures, with a member that shows them ---
+
+// VisNre appends to Handle and Bid; TestCodBib fails after it has changed its argument; AddRef does as told.
+struct Fake : _DispSvr
+{
+    std::function<void()> onAddRef;
+
+    static void append(BSTR* text, std::u16string_view more)
+    {
+        const std::u16string changed = std::u16string(viewOf(*text)).append(more);
+        SysReAllocStringLen(text, toOle(changed.data()), static_cast<UINT>(changed.size()));
+    }
+    HRESULT VisNre(BSTR* Handle, BSTR* Bid, BSTR Buf, BSTR*) override
+    {
+        append(Handle, u"+");
+        append(Bid, viewOf(Buf));
+        return S_OK;
+    }
+    HRESULT TestCodBib(BSTR* CodBib, BSTR*) override
+    {
+        append(CodBib, u"!");
+        RuntimeError failure(Failure::FileNotFound);
+        failure.source = u"where";
+        failure.helpFile = u"help.hlp";
+        failure.helpContext = 12;
+        return reportFailure(failure, IID__DispSvr);
+    }
+    ULONG AddRef() override
+    {
+        onAddRef();
+        return 2;
+    }
+    HRESULT Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* given, VARIANT* result,
+                   EXCEPINFO* exception, UINT* inError) override
+    {
+        return invokeMember(*this, id, flags, *given, result, exception, inError);
+    }
+
+    ULONG Release() override { return 1; }
+    HRESULT QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
+    HRESULT GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+    HRESULT GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+    HRESULT GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
+    HRESULT get_BibPosse(BSTR*) override { return E_NOTIMPL; }
+    HRESULT put_BibPosse(BSTR) override { return E_NOTIMPL; }
+    HRESULT get_DBType(SHORT*) override { return E_NOTIMPL; }
+    HRESULT put_DBType(SHORT) override { return E_NOTIMPL; }
+    HRESULT OpenDatabase(VARIANT*, VARIANT_BOOL*) override { return E_NOTIMPL; }
+    HRESULT ShutDown() override { return E_NOTIMPL; }
+    HRESULT ErrNumber(LONG*) override { return E_NOTIMPL; }
+    HRESULT InitLoans(BSTR*) override { return E_NOTIMPL; }
+    HRESULT LastError(VARIANT*, VARIANT*, VARIANT*, VARIANT*, VARIANT*, VARIANT*) override
+    {
+        return E_NOTIMPL;
+    }
+    HRESULT get_ZObj(IDispatch**) override { return E_NOTIMPL; }
+    HRESULT putref_ZObj(IDispatch*) override { return E_NOTIMPL; }
+    HRESULT Load_Messa() override { return E_NOTIMPL; }
+};
+
+TEST(Face, VariablesAreWrittenBack)
+{
+    Fake fake;
+    Variant result, byValue(u"h"), asVariable(u"h"), number(std::int32_t{5}), addition(u"-b"), nothing(u"");
+    Bstr asText(u"h");
+    VARIANT textInVariable = of(VT_BYREF | VT_BSTR, asText.address());
+    const auto visit = [&](VARIANT handle, VARIANT bid, const Variant& buf) {
+        // The last two by name, in the other order.
+        return ScriptCall{visNre, DISPATCH_METHOD, {handle, buf.get(), bid}, {2, 1}}.on(&fake, result,
+                                                                                        nullptr);
+    };
+    const VARIANT numberVariable = of(VT_BYREF | VT_VARIANT, number.address());
+    EXPECT_EQ(visit(of(VT_BYREF | VT_BSTR, asText.address()), numberVariable, nothing), S_OK);
+    EXPECT_EQ(asText.view(), u"h+");
+    EXPECT_EQ(number.get().vt, VT_I4) << "left alone, it keeps its type";
+    EXPECT_EQ(visit(of(VT_BYREF | VT_VARIANT, &textInVariable), numberVariable, addition), S_OK);
+    EXPECT_EQ(asText.view(), u"h++");
+    EXPECT_EQ(number.toText(), u"5-b");
+    EXPECT_EQ(visit(of(VT_BYREF | VT_VARIANT, asVariable.address()), byValue.get(), addition), S_OK);
+    EXPECT_EQ(asVariable.toText(), u"h+");
+    EXPECT_EQ(byValue.toText(), u"h");
+}
+
+TEST(Face, FailuresReachScriptsWithTheirDetails)
+{
+    Fake fake;
+    Variant result, code(u"A");
+    EXCEPINFO exception{};
+    exception.wCode = 1;
+    ScriptCall test{testCodBib, DISPATCH_METHOD, {of(VT_BYREF | VT_VARIANT, code.address())}};
+    EXPECT_EQ(test.on(&fake, result, &exception), DISP_E_EXCEPTION);
+    EXPECT_EQ(exception.wCode, 0);
+    EXPECT_EQ(exception.scode, hresult(0x800A0035));
+    EXPECT_EQ(viewOf(exception.bstrSource), u"where");
+    EXPECT_EQ(viewOf(exception.bstrDescription), u"File not found");
+    EXPECT_EQ(viewOf(exception.bstrHelpFile), u"help.hlp");
+    EXPECT_EQ(exception.dwHelpContext, 12u);
+    for (const BSTR text : {exception.bstrSource, exception.bstrDescription, exception.bstrHelpFile})
+        SysFreeString(text);
+    EXPECT_EQ(code.toText(), u"A!") << "written back all the same";
+
+    EXPECT_EQ(test.on(&fake, result), DISP_E_EXCEPTION) << "with nowhere to tell";
+    ComPtr<IErrorInfo> left;
+    EXPECT_EQ(GetErrorInfo(0, left.address()), S_FALSE);
+}
+
+TEST(Face, FailureNumbersBecomeResults)
+{
+    const std::pair<std::int32_t, std::uint32_t> cases[] = {{1, 0x800A0001},
+                                                            {65535, 0x800AFFFF},
+                                                            {hresult(0x80040E14), 0x80040E14},
+                                                            {0, 0x800A0033},
+                                                            {65536, 0x800A0033}};
+    for (const auto& [number, expected] : cases)
+        EXPECT_EQ(reportFailure(RuntimeError(number, u"text"), IID__DispSvr), hresult(expected));
+    SetErrorInfo(0, nullptr);
+}
+
+// --- Lifetime ---
+
+TEST(Face, InterfacesOfOneObjectShareItsIdentity)
+{
+    const Component component;
+    const auto object = component.create();
+    ComPtr<IUnknown> identity, other, again;
+    ASSERT_EQ(object->QueryInterface(IID_IUnknown, identity.addressVoid()), S_OK);
+    for (const IID& iid : {IID_IDispatch, IID__DispSvr, IID_ISupportErrorInfo}) {
+        ASSERT_EQ(object->QueryInterface(iid, other.addressVoid()), S_OK);
+        ASSERT_EQ(other->QueryInterface(IID_IUnknown, again.addressVoid()), S_OK);
+        EXPECT_EQ(again.get(), identity.get());
+    }
+    EXPECT_EQ(static_cast<ISupportErrorInfo*>(other.get())->InterfaceSupportsErrorInfo(IID__DispSvr), S_OK);
+    void* none = &none;
+    EXPECT_EQ(object->QueryInterface(IID_IClassFactory, &none), E_NOINTERFACE);
+    EXPECT_EQ(none, nullptr);
+}
+
+TEST(Face, OnlyAnUnusedComponentCanBeUnloaded)
+{
+    const Component component;
+    auto factory = component.factory();
+    EXPECT_EQ(component.canUnloadNow(), S_FALSE);
+    EXPECT_EQ(factory->LockServer(TRUE), S_OK);
+    factory.reset();
+    EXPECT_EQ(component.canUnloadNow(), S_FALSE);
+    factory = component.factory();
+    EXPECT_EQ(factory->LockServer(FALSE), S_OK);
+    EXPECT_EQ(factory->LockServer(FALSE), E_UNEXPECTED);
+    factory.reset();
+    EXPECT_EQ(component.canUnloadNow(), S_OK);
+    auto object = component.create();
+    EXPECT_EQ(component.canUnloadNow(), S_FALSE);
+
+    void *outer = &outer, *iid = &iid, *clsid = &clsid;
+    EXPECT_EQ(component.factory()->CreateInstance(object.get(), IID_IUnknown, &outer), CLASS_E_NOAGGREGATION);
+    EXPECT_EQ(component.factory()->CreateInstance(nullptr, IID_IClassFactory, &iid), E_NOINTERFACE);
+    EXPECT_EQ(component.classObject(IID__DispSvr, IID_IClassFactory, &clsid), CLASS_E_CLASSNOTAVAILABLE);
+    EXPECT_TRUE(!outer && !iid && !clsid);
+    object.reset();
+    EXPECT_EQ(component.canUnloadNow(), S_OK);
+}
+
+// Code that runs during a call (here: what counts a reference) may release the client's last reference.
+TEST(Face, AnObjectOutlivesTheCallThatLosesItsLastReference)
+{
+    const Component component;
+    ComPtr<_DispSvr> last;
+    HRESULT canUnload = S_OK;
+    Fake fake;
+    fake.onAddRef = [&] {
+        last.reset();
+        canUnload = component.canUnloadNow();
+    };
+    Variant result;
+    ScriptCall byName{zObj, DISPATCH_PROPERTYPUTREF, {of(VT_DISPATCH, &fake)}, {DISPID_PROPERTYPUT}};
+    for (const bool slot : {true, false}) {
+        last = component.create();
+        _DispSvr* const object = last.get();
+        EXPECT_EQ(slot ? object->putref_ZObj(&fake) : byName.on(object, result), S_OK);
+        EXPECT_EQ(canUnload, S_FALSE) << "alive within the call";
+        EXPECT_EQ(component.canUnloadNow(), S_OK) << "gone after it";
+    }
+}
+
+TEST(Face, AMillionObjectsLeaveNothing)
+{
+#ifdef __SANITIZE_ADDRESS__ // freed memory is kept for a while, and leaks are found otherwise
+    constexpr int objects = 100'000;
+    constexpr long allowedPages = 1L << 30;
+#else
+    constexpr int objects = 1'000'000;
+    constexpr long allowedPages = 512;
+#endif
+    const auto residentPages = [] {
+        long total = 0, resident = 0;
+        std::ifstream("/proc/self/statm") >> total >> resident;
+        return resident;
+    };
+    const Component component;
+    const auto factory = component.factory();
+    long before = 0;
+    for (int i = 0; i < objects; ++i) {
+        if (i == 1000)
+            before = residentPages();
+        ComPtr<_DispSvr> object;
+        ASSERT_EQ(factory->CreateInstance(nullptr, IID__DispSvr, object.addressVoid()), S_OK);
+    }
+    EXPECT_LT(residentPages() - before, allowedPages);
+}
+
+// --- Threads and loading ---
+
+TEST(Face, ThreadsKeepSeparateFailureRecords)
+{
+    const Component component;
+    const auto number = [](const ComPtr<_DispSvr>& object) {
+        LONG value = -1;
+        EXPECT_EQ(object->ErrNumber(&value), S_OK);
+        return value;
+    };
+    const auto openWrongly = [&](const ComPtr<_DispSvr>& object, VARIANT kind) {
+        VARIANT_BOOL failed = VARIANT_FALSE;
+        EXPECT_EQ(object->OpenDatabase(&kind, &failed), S_OK);
+        EXPECT_EQ(failed, VARIANT_TRUE);
+        return number(object);
+    };
+    const auto object = component.create();
+    EXPECT_EQ(openWrongly(object, of(0x0FFF)), 13) << "no type at all";
+    std::thread([&] {
+        const auto other = component.create();
+        EXPECT_EQ(number(other), 0);
+        EXPECT_EQ(openWrongly(other, of(VT_NULL)), 94);
+    }).join();
+    EXPECT_EQ(number(object), 13);
+}
+
+TEST(Face, RegisteredItIsFoundByItsName)
+{
+    const auto registry = std::filesystem::path(testing::TempDir()) / "vqloan-face-registry";
+    std::filesystem::remove(registry);
+    setenv("AUTOMATION_REGISTRY", registry.c_str(), 1);
+    const Component component;
+    CLSID clsid{};
+    EXPECT_NE(CLSIDFromProgID(toOle(progId), &clsid), S_OK);
+    EXPECT_EQ(component.registerServer(), S_OK);
+    EXPECT_EQ(component.registerServer(), S_OK) << "again";
+    EXPECT_EQ(CLSIDFromProgID(toOle(progId), &clsid), S_OK);
+    ASSERT_EQ(CoInitialize(nullptr), S_OK);
+    ComPtr<_DispSvr> object;
+    EXPECT_EQ(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID__DispSvr, object.addressVoid()),
+              S_OK);
+    EXPECT_EQ(component.canUnloadNow(), S_FALSE) << "it is this file's object";
+    object.reset();
+    CoUninitialize();
+    EXPECT_EQ(component.unregisterServer(), S_OK);
+    EXPECT_NE(CLSIDFromProgID(toOle(progId), &clsid), S_OK);
+    unsetenv("AUTOMATION_REGISTRY");
+    std::filesystem::remove(registry);
+}
+
+TEST(Face, ExactlyTheFourEntryPointsAreExported)
+{
+    FILE* const symbols = popen("nm -D --defined-only '" COMPONENT_FILE "'", "r");
+    ASSERT_TRUE(symbols);
+    std::vector<std::string> names;
+    char address[64], type[8], name[512];
+    while (std::fscanf(symbols, "%63s %7s %511s", address, type, name) == 3)
+        names.emplace_back(name);
+    pclose(symbols);
+    EXPECT_EQ(names, (std::vector<std::string>{"DllCanUnloadNow", "DllGetClassObject", "DllRegisterServer",
+                                               "DllUnregisterServer"}));
+}
+
+} // namespace
+} // namespace vqloan::test
