@@ -1,0 +1,94 @@
+#include "Component.h"
+
+#include <cstdio>
+#include <stdexcept>
+
+#include "platform/automation/Bstr.h"
+#include "platform/automation/Variant.h"
+#include "platform/runtime/Text.h"
+
+namespace vqloan::client {
+
+namespace {
+
+// Throws for a failed call, with the text of the thread's error information where there is one.
+void check(HRESULT result, const char* call)
+{
+    if (!FAILED(result))
+        return;
+    char number[16];
+    std::snprintf(number, sizeof number, "0x%08X", static_cast<unsigned>(result));
+    std::string message = std::string(call) + " failed with " + number;
+    ComPtr<IErrorInfo> info;
+    Bstr description;
+    if (GetErrorInfo(0, info.address()) == S_OK && SUCCEEDED(info->GetDescription(description.address())))
+        message += ": " + text::toUtf8(description.view());
+    throw std::runtime_error(message);
+}
+
+ComPtr<_DispSvr> createObject(const program::Library& library)
+{
+    using ClassObject = HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**);
+    ComPtr<IClassFactory> factory;
+    check(library.function<ClassObject>("DllGetClassObject")(CLSID_DispSvr, IID_IClassFactory,
+                                                             factory.addressVoid()),
+          "DllGetClassObject");
+    ComPtr<_DispSvr> object;
+    check(factory->CreateInstance(nullptr, IID__DispSvr, object.addressVoid()), "CreateInstance");
+    return object;
+}
+
+} // namespace
+
+std::string Failure::text() const
+{
+    std::string all = std::to_string(number) + " " + description + " (" + source;
+    if (systemError != 0)
+        all += ", system error " + std::to_string(systemError);
+    return all + ")";
+}
+
+Component::Component(const Site& site) : library_(site.component()), object_(createObject(library_)) {}
+
+bool Component::open(std::string_view kind)
+{
+    Variant name(text::fromUtf8(kind));
+    VARIANT_BOOL failed = VARIANT_FALSE;
+    check(object_->OpenDatabase(name.address(), &failed), "OpenDatabase");
+    return failed == VARIANT_FALSE;
+}
+
+void Component::setOwnLibrary(std::string_view library)
+{
+    check(object_->put_BibPosse(Bstr(text::fromUtf8(library)).get()), "put BibPosse");
+}
+
+std::u16string Component::answer(std::u16string_view requestLines)
+{
+    Bstr handle, bid, answer;
+    check(object_->VisNre(handle.address(), bid.address(), Bstr(requestLines).get(), answer.address()),
+          "VisNre");
+    return std::u16string(answer.view());
+}
+
+Failure Component::lastFailure()
+{
+    Variant number, source, description, systemError;
+    check(object_->LastError(number.address(), source.address(), description.address(), nullptr, nullptr,
+                             systemError.address()),
+          "LastError");
+    return {number.toLong(), text::toUtf8(source.toText()), text::toUtf8(description.toText()),
+            systemError.toLong()};
+}
+
+void Component::registerComponent() const
+{
+    check(library_.function<HRESULT(STDAPICALLTYPE*)()>("DllRegisterServer")(), "DllRegisterServer");
+}
+
+void Component::unregisterComponent() const
+{
+    check(library_.function<HRESULT(STDAPICALLTYPE*)()>("DllUnregisterServer")(), "DllUnregisterServer");
+}
+
+} // namespace vqloan::client

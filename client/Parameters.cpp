@@ -1,0 +1,41 @@
+#include "Parameters.h"
+
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+#include "platform/runtime/Text.h"
+
+namespace vqloan::client {
+
+Parameters::Parameters(const Site& site) : file_(site.parameters())
+{
+    std::ifstream in(file_, std::ios::binary);
+    if (!in)
+        throw std::runtime_error("cannot read " + file_.string());
+    const std::u16string all = text::fromCodePage(std::string{std::istreambuf_iterator<char>(in), {}});
+    for (std::size_t at = 0; at < all.size();) {
+        const auto end = std::min(all.find(u'\r', at), all.size());
+        lines_.push_back(all.substr(at, end - at));
+        at = end + (all.compare(end, 2, u"\r\n") == 0 ? 2 : 1);
+    }
+}
+
+std::u16string Parameters::value(std::size_t line) const
+{
+    if (line > lines_.size())
+        return {};
+    const std::u16string_view all = text::trim(lines_[line - 1]);
+    const auto sign = all.find(u'=');
+    return std::u16string(sign == all.npos ? all : all.substr(sign + 1));
+}
+
+std::filesystem::path Parameters::exchangeDirectory() const
+{
+    const std::u16string directory = value(3);
+    if (directory.empty())
+        throw std::runtime_error("line 3 of " + file_.string() + " names no exchange directory");
+    return directory;
+}
+
+} // namespace vqloan::client

@@ -1,0 +1,65 @@
+#include "Site.h"
+
+#include <random>
+#include <stdexcept>
+#include <string>
+
+#include "platform/program/Program.h"
+
+namespace fs = std::filesystem;
+
+namespace vqloan::client {
+
+namespace {
+
+// Nobody else may read it: what lies there leads to a site's settings.
+fs::path makePrivateDirectory()
+{
+    std::random_device random;
+    for (;;) {
+        const fs::path made =
+            fs::temp_directory_path() / ("vqloan-" + std::to_string(random()) + std::to_string(random()));
+        if (fs::create_directory(made)) {
+            fs::permissions(made, fs::perms::owner_all);
+            return made;
+        }
+    }
+}
+
+// A link where the system lets us make one, so that a change of the settings is seen; a copy elsewhere.
+void place(const fs::path& file, const fs::path& directory)
+{
+    std::error_code failed;
+    fs::create_symlink(file, directory / file.filename(), failed);
+    if (failed && fs::exists(file))
+        fs::copy_file(file, directory / file.filename());
+}
+
+} // namespace
+
+Site::Site(const fs::path& directory)
+    : directory_(directory.empty() ? program::file().parent_path() : fs::absolute(directory))
+{
+    if (!fs::is_directory(directory_))
+        throw std::runtime_error("there is no directory " + directory_.string());
+    component_ = directory_ / componentName;
+    if (fs::exists(component_))
+        return;
+    const fs::path ours = program::file().parent_path() / componentName;
+    if (!fs::exists(ours))
+        throw std::runtime_error("there is neither " + component_.string() + " nor " + ours.string());
+    privateDirectory_ = makePrivateDirectory();
+    component_ = privateDirectory_ / componentName;
+    fs::copy_file(ours, component_);
+    place(settings(), privateDirectory_);
+    place(parameters(), privateDirectory_);
+}
+
+Site::~Site()
+{
+    std::error_code ignored;
+    if (!privateDirectory_.empty())
+        fs::remove_all(privateDirectory_, ignored);
+}
+
+} // namespace vqloan::client

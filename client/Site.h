@@ -1,0 +1,39 @@
+// A site: a directory with the settings files SvrDisp.ini and CLIENT.PAR, and the component's file for it.
+#pragma once
+
+#include <filesystem>
+
+namespace vqloan::client {
+
+// The component's file name on this system.
+#ifdef _WIN32
+inline constexpr char componentName[] = "VQLoan.dll";
+#else
+inline constexpr char componentName[] = "VQLoan.so";
+#endif
+
+// The component looks for its settings beside its own file. A directory that has no component in it is
+// therefore given one for the life of this object: a private directory with a copy of the component that lies
+// beside this program, and links to the directory's settings files.
+class Site
+{
+public:
+    // An empty directory is that of this program. Throws std::runtime_error when there is no such directory.
+    explicit Site(const std::filesystem::path& directory);
+    ~Site();
+    Site(const Site&) = delete;
+    Site& operator=(const Site&) = delete;
+
+    const std::filesystem::path& directory() const noexcept { return directory_; }
+    // The file to load. `ownComponent`: it lies in the site's directory itself.
+    const std::filesystem::path& component() const noexcept { return component_; }
+    bool ownComponent() const noexcept { return privateDirectory_.empty(); }
+
+    std::filesystem::path settings() const { return directory_ / "SvrDisp.ini"; }
+    std::filesystem::path parameters() const { return directory_ / "CLIENT.PAR"; }
+
+private:
+    std::filesystem::path directory_, privateDirectory_, component_;
+};
+
+} // namespace vqloan::client

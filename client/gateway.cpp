@@ -1,0 +1,135 @@
+// vqloan gateway: answers an exchange directory for the "SQL" back end from a database, by the computation of
+// the "SQL2" back end: it asks the component itself and takes the record out of its answer.
+#include <memory>
+#include <stdexcept>
+
+#include "Answer.h"
+#include "Commands.h"
+#include "Component.h"
+#include "Exchange.h"
+#include "Settings.h"
+#include "platform/runtime/Text.h"
+
+namespace vqloan::client {
+
+namespace {
+
+struct Options
+{
+    std::string site, exchange;
+    int delay = 0;
+    bool verbose = false;
+};
+
+// An answer that starts with a TAB is a failure; the rest is its message.
+std::u16string failure(std::u16string_view message)
+{
+    return u"\t" + std::u16string(message);
+}
+
+// "WL,inventory,library": nothing in it is escaped, so a comma in the inventory number is only found by
+// taking the library code from the end.
+bool takeApart(std::u16string_view request, std::u16string& inventory, std::u16string& library)
+{
+    const auto comma = request.rfind(u',');
+    if (!request.starts_with(u"WL,") || comma < 3 || request.find(u'\t') != request.npos)
+        return false;
+    inventory = request.substr(3, comma - 3);
+    library = request.substr(comma + 1);
+    return true;
+}
+
+class Gateway
+{
+public:
+    explicit Gateway(const Site& site) : component_(site) { open(); }
+
+    std::u16string answer(std::u16string_view request, bool whole)
+    {
+        std::u16string inventory, library;
+        if (!whole || !takeApart(request, inventory, library))
+            return failure(u"Richiesta non valida");
+        if (!opened_)
+            open();
+        const std::u16string block = component_.answer(library + u"\t\t" + inventory + u"\t\r\n");
+        const std::u16string record = recordOf(block);
+        // A database that went away may be back for the next question.
+        if (record.starts_with(u'\t') && block.starts_with(u"Codice Bibl. "))
+            opened_ = false;
+        return record;
+    }
+
+private:
+    void open()
+    {
+        opened_ = component_.open("SQL2");
+        if (!opened_)
+            throw std::runtime_error("the database cannot be opened: " + component_.lastFailure().text());
+    }
+
+    // The answer line is: copy, TAB, the record's first field, TAB, copy, the record's rest, TAB, TAB.
+    static std::u16string recordOf(std::u16string_view block)
+    {
+        const auto line = block.substr(0, block.find(u"\r\n"));
+        const auto fields = split(line, u"\t");
+        if (fields.size() < 3)
+            return failure(u"Nessuna risposta");
+        // Without shelf mark and note the copy is "Inv. " and its number, or nothing: no answered line begins
+        // so.
+        if (fields[0].starts_with(u"Codice Bibl. "))
+            return failure(fields[2]);
+        const auto rest = line.substr(2 * fields[0].size() + fields[1].size() + 2);
+        return fields[1] + u'\t' + std::u16string(rest.substr(0, rest.size() - 2));
+    }
+
+    Component component_;
+    bool opened_ = false;
+};
+
+void serve(const Options& options)
+{
+    const Site site(options.site);
+    const std::string path =
+        options.exchange.empty() ? Settings(site).text("CONFIG", "PATH") : options.exchange;
+    if (path.empty())
+        throw std::runtime_error("[CONFIG] PATH is not set in " + site.settings().string() +
+                                 ", and no --exchange is given");
+    Exchange exchange(path, "ZSQL_", std::chrono::milliseconds(options.delay));
+    Gateway gateway(site);
+    exchange.serve(
+        [&gateway](std::u16string_view request, bool whole) {
+            try {
+                return gateway.answer(request, whole);
+            } catch (const std::exception& error) {
+                return failure(text::fromUtf8(error.what()));
+            }
+        },
+        options.verbose);
+}
+
+} // namespace
+
+void addGateway(CLI::App& program, int& status)
+{
+    const auto options = std::make_shared<Options>();
+    CLI::App* const command =
+        program.add_subcommand("gateway", "Answer an exchange directory from the database");
+    command->add_option("--site", options->site,
+                        "Directory of SvrDisp.ini, for the database; that of this program");
+    command->add_option("--exchange", options->exchange,
+                        "The exchange directory; [CONFIG] PATH of SvrDisp.ini");
+    command->add_option("--delay", options->delay, "Milliseconds before an answer, as of a slow gateway")
+        ->check(CLI::NonNegativeNumber);
+    command->add_flag("-v,--verbose", options->verbose, "Show each request and its answer");
+    command->footer(
+        "Example:\n"
+        "  vqloan gateway --site /srv/site --verbose\n"
+        "Serves every client number until it gets SIGTERM or SIGINT. Requests that lie there when it\n"
+        "starts are dropped.");
+    command->callback([options, &status] {
+        serve(*options);
+        status = allWell;
+    });
+}
+
+} // namespace vqloan::client

@@ -1,0 +1,109 @@
+// vqloan host: answers an exchange directory for the "7000" back end from a plain table file.
+//
+// The table is UTF-8 text, one copy a line: library code, TAB, inventory number, TAB, answer. "*" in place of
+// an inventory number answers for every copy of that library that has no line of its own, and "*" as library
+// as well for every other copy. Only the last six characters of an inventory number count, since a request
+// carries no more. Empty lines and lines that begin with # are passed over.
+#include <fstream>
+#include <map>
+#include <memory>
+#include <stdexcept>
+
+#include "Answer.h"
+#include "Commands.h"
+#include "Exchange.h"
+#include "Parameters.h"
+#include "platform/runtime/Text.h"
+
+namespace vqloan::client {
+
+namespace {
+
+struct Options
+{
+    std::string site, exchange, table;
+    int delay = 0;
+    bool verbose = false;
+};
+
+class HostTable
+{
+public:
+    explicit HostTable(const std::string& file)
+    {
+        std::ifstream in(file);
+        if (!in)
+            throw std::runtime_error("cannot read " + file);
+        std::string line;
+        for (int number = 1; std::getline(in, line); ++number) {
+            if (line.ends_with('\r'))
+                line.pop_back();
+            if (line.empty() || line.front() == '#')
+                continue;
+            const auto fields = split(text::fromUtf8(line), u"\t");
+            if (fields.size() != 3)
+                throw std::runtime_error(
+                    file + ", line " + std::to_string(number) +
+                    ": library, inventory number and answer, with a TAB between, expected");
+            const std::u16string& inventory = fields[1];
+            answers_[fields[0] + inventory.substr(inventory.size() -
+                                                  std::min<std::size_t>(inventory.size(), 6))] = fields[2];
+        }
+    }
+
+    // "WL,", two characters of library code, and the inventory number.
+    std::u16string answer(std::u16string_view request) const
+    {
+        if (!request.starts_with(u"WL,") || request.size() < 5)
+            return u"Richiesta non valida";
+        const std::u16string copy(request.substr(3));
+        for (const auto& key : {copy, copy.substr(0, 2) + u"*", std::u16string(u"**")})
+            if (const auto found = answers_.find(key); found != answers_.end())
+                return found->second;
+        return u"Copia sconosciuta";
+    }
+
+private:
+    std::map<std::u16string, std::u16string> answers_; // by library code and inventory number
+};
+
+void serve(const Options& options)
+{
+    const HostTable table(options.table);
+    Exchange exchange(options.exchange.empty() ? Parameters(Site(options.site)).exchangeDirectory()
+                                               : std::filesystem::path(options.exchange),
+                      "Z7000_", std::chrono::milliseconds(options.delay));
+    exchange.serve([&table](std::u16string_view request,
+                            bool whole) { return whole ? table.answer(request) : u"Richiesta non valida"; },
+                   options.verbose);
+}
+
+} // namespace
+
+void addHost(CLI::App& program, int& status)
+{
+    const auto options = std::make_shared<Options>();
+    CLI::App* const command =
+        program.add_subcommand("host", "Answer an exchange directory from a table file");
+    command
+        ->add_option("TABLE", options->table,
+                     "Lines of library code, inventory number and answer, TABs between")
+        ->required();
+    command->add_option("--site", options->site, "Directory of CLIENT.PAR; that of this program");
+    command->add_option("--exchange", options->exchange,
+                        "The exchange directory; that of line 3 of CLIENT.PAR");
+    command->add_option("--delay", options->delay, "Milliseconds before an answer, as of a slow host")
+        ->check(CLI::NonNegativeNumber);
+    command->add_flag("-v,--verbose", options->verbose, "Show each request and its answer");
+    command->footer(
+        "Example:\n"
+        "  vqloan host --site /srv/site copies.txt\n"
+        "An inventory number * answers for the rest of a library, and a library code * with it for all\n"
+        "others. Serves every client number until it gets SIGTERM or SIGINT.");
+    command->callback([options, &status] {
+        serve(*options);
+        status = allWell;
+    });
+}
+
+} // namespace vqloan::client

@@ -1,0 +1,42 @@
+// What a program at a terminal needs of the operating system.
+#pragma once
+
+#include <filesystem>
+
+namespace vqloan::program {
+
+// The running program's own file, absolute, links resolved.
+std::filesystem::path file();
+
+enum class Stream
+{
+    output = 1,
+    errors = 2
+};
+// Columns of the terminal that the stream goes to; 0 when it goes elsewhere.
+int terminalColumns(Stream stream) noexcept;
+
+// A loaded shared library; unloaded at the end, so whatever came out of it has to be gone by then.
+class Library
+{
+public:
+    // Throws std::runtime_error with the system's reason.
+    explicit Library(const std::filesystem::path& file);
+    ~Library();
+    Library(const Library&) = delete;
+    Library& operator=(const Library&) = delete;
+
+    // Throws std::runtime_error when the library exports no function of that name.
+    template <class Function> Function function(const char* name) const
+    {
+        return reinterpret_cast<Function>(address(name));
+    }
+
+private:
+    void* address(const char* name) const;
+
+    std::filesystem::path file_;
+    void* handle_;
+};
+
+} // namespace vqloan::program

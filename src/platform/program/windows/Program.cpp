@@ -1,0 +1,50 @@
+#include "platform/program/Program.h"
+
+#include <windows.h>
+
+#include <io.h>
+
+#include <stdexcept>
+#include <string>
+#include <system_error>
+
+namespace vqloan::program {
+
+std::filesystem::path file()
+{
+    std::wstring name(32768, L'\0'); // the longest path there is
+    name.resize(GetModuleFileNameW(nullptr, name.data(), static_cast<DWORD>(name.size())));
+    return name;
+}
+
+int terminalColumns(Stream stream) noexcept
+{
+    if (!_isatty(static_cast<int>(stream)))
+        return 0;
+    CONSOLE_SCREEN_BUFFER_INFO info{};
+    const HANDLE console = GetStdHandle(stream == Stream::output ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE);
+    if (!GetConsoleScreenBufferInfo(console, &info))
+        return 80;
+    return info.srWindow.Right - info.srWindow.Left + 1;
+}
+
+Library::Library(const std::filesystem::path& file) : file_(file), handle_(LoadLibraryW(file.c_str()))
+{
+    if (!handle_)
+        throw std::runtime_error(file.string() + ": " +
+                                 std::system_category().message(static_cast<int>(GetLastError())));
+}
+
+Library::~Library()
+{
+    FreeLibrary(static_cast<HMODULE>(handle_));
+}
+
+void* Library::address(const char* name) const
+{
+    if (const auto found = GetProcAddress(static_cast<HMODULE>(handle_), name))
+        return reinterpret_cast<void*>(found);
+    throw std::runtime_error(file_.string() + " has no entry point " + name);
+}
+
+} // namespace vqloan::program
