@@ -377,7 +377,7 @@ private:
                           : u"Fill it up, with empty lines where nothing is used.");
             return;
         }
-        for (const std::size_t number : {4, 5, 6, 7, 10})
+        for (const std::size_t number : {4u, 5u, 6u, 7u, 10u})
             if (!fits16Bits(parameters.value(number)))
                 report_.finding(u"Line " + decimal(number) + u" of CLIENT.PAR is beyond 32767.",
                                 u"Write a smaller number, even where it is not used.");
