@@ -49,12 +49,6 @@ std::shared_ptr<Session> openOdbc(const OpenRequest&)
 }
 #endif
 
-AdoConnection::~AdoConnection()
-{
-    if (session_)
-        session_->close();
-}
-
 void AdoConnection::ConnectionTimeout(std::int32_t seconds)
 {
     if (session())

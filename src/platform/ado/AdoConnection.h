@@ -10,8 +10,6 @@ namespace vqloan {
 class AdoConnection final : public Connection
 {
 public:
-    ~AdoConnection() override;
-
     void ConnectionTimeout(std::int32_t seconds) override;
     void CommandTimeout(std::int32_t seconds) override;
     void CursorLocation(std::int32_t location) override;
@@ -20,8 +18,8 @@ public:
     void Close() override;
     std::int32_t State() override;
 
-    // The open database, null when there is none. Recordsets share it: it stays, closed, while one refers to
-    // it.
+    // The open database, null when there is none. A recordset shares it and so keeps it open, unless Close
+    // closes it for all.
     std::shared_ptr<Session> session() const noexcept;
     std::int32_t commandTimeout() const noexcept { return commandTimeout_; }
 

@@ -91,8 +91,12 @@ void SqliteStatement::compile(std::u16string_view text)
         throw sqlite::statementFailure(u"The statement holds a character of code 0.");
     const std::string statement = text::toUtf8(text);
     const char* rest = nullptr;
-    if (sqlite3_prepare_v3(session_.database_, statement.c_str(), static_cast<int>(statement.size() + 1),
-                           SQLITE_PREPARE_PERSISTENT, &handle_, &rest) != SQLITE_OK)
+    sqlite3_stmt* compiled = nullptr;
+    const int result =
+        sqlite3_prepare_v3(session_.database_, statement.c_str(), static_cast<int>(statement.size() + 1),
+                           SQLITE_PREPARE_PERSISTENT, &compiled, &rest);
+    handle_.reset(compiled);
+    if (result != SQLITE_OK)
         throw sqlite::statementFailure(session_.database_);
     if (!handle_)
         throw sqlite::statementFailure(u"The statement is empty.");
@@ -105,13 +109,13 @@ void SqliteStatement::compile(std::u16string_view text)
 
 void SqliteStatement::describe()
 {
-    const int count = sqlite3_column_count(handle_);
+    const int count = sqlite3_column_count(handle_.get());
     std::vector<std::u16string> names;
     holdsDates_.clear();
     for (int i = 0; i < count; ++i) {
-        const char* name = sqlite3_column_name(handle_, i);
+        const char* name = sqlite3_column_name(handle_.get(), i);
         names.push_back(text::fromUtf8(name ? name : ""));
-        holdsDates_.push_back(isDateType(sqlite3_column_decltype(handle_, i)));
+        holdsDates_.push_back(isDateType(sqlite3_column_decltype(handle_.get(), i)));
     }
     columns_.assign(names);
 }
@@ -123,7 +127,7 @@ void SqliteStatement::start(const std::vector<std::u16string_view>& literals, st
     timeLimit_ = timeLimit;
     for (std::size_t i = 0; i < values_.size(); ++i) {
         toValue(literals[i], values_[i]);
-        if (sqlite3_bind_text(handle_, static_cast<int>(i + 1), values_[i].data(),
+        if (sqlite3_bind_text(handle_.get(), static_cast<int>(i + 1), values_[i].data(),
                               static_cast<int>(values_[i].size()), SQLITE_STATIC) != SQLITE_OK)
             throw sqlite::statementFailure(session_.database_);
     }
@@ -132,7 +136,7 @@ void SqliteStatement::start(const std::vector<std::u16string_view>& literals, st
 bool SqliteStatement::next()
 {
     session_.limit_.set(timeLimit_);
-    const int result = sqlite3_step(handle_);
+    const int result = sqlite3_step(handle_.get());
     if (result != SQLITE_ROW && result != SQLITE_DONE) {
         failed_ = true;
         throw sqlite::statementFailure(session_.database_);
@@ -141,7 +145,7 @@ bool SqliteStatement::next()
         stepped_ = true;
         // When the schema has changed meanwhile, SQLite has compiled the statement again, perhaps to other
         // columns.
-        const int recompilations = sqlite3_stmt_status(handle_, SQLITE_STMTSTATUS_REPREPARE, 0);
+        const int recompilations = sqlite3_stmt_status(handle_.get(), SQLITE_STMTSTATUS_REPREPARE, 0);
         if (recompilations != recompilations_) {
             recompilations_ = recompilations;
             describe();
@@ -154,18 +158,18 @@ Variant SqliteStatement::value(std::size_t column)
 {
     const int at = static_cast<int>(column);
     // The pointer first, the size after it: the pointer's call may convert the value.
-    switch (sqlite3_column_type(handle_, at)) {
+    switch (sqlite3_column_type(handle_.get(), at)) {
     case SQLITE_NULL:
         return Variant::null();
     case SQLITE_INTEGER:
-        return integerVariant(sqlite3_column_int64(handle_, at));
+        return integerVariant(sqlite3_column_int64(handle_.get(), at));
     case SQLITE_FLOAT:
-        return sqlite3_column_double(handle_, at);
+        return sqlite3_column_double(handle_.get(), at);
     case SQLITE_TEXT: {
-        const char* bytes = reinterpret_cast<const char*>(sqlite3_column_text(handle_, at));
+        const char* bytes = reinterpret_cast<const char*>(sqlite3_column_text(handle_.get(), at));
         if (!bytes)
             throw RuntimeError(Failure::OutOfMemory);
-        const std::string_view utf8(bytes, static_cast<std::size_t>(sqlite3_column_bytes(handle_, at)));
+        const std::string_view utf8(bytes, static_cast<std::size_t>(sqlite3_column_bytes(handle_.get(), at)));
         if (holdsDates_[column]) {
             if (const auto days = dateFromIso(utf8))
                 return Variant::fromDate(*days);
@@ -173,9 +177,9 @@ Variant SqliteStatement::value(std::size_t column)
         return textVariant(utf8);
     }
     default: {
-        const char* bytes = static_cast<const char*>(sqlite3_column_blob(handle_, at));
+        const char* bytes = static_cast<const char*>(sqlite3_column_blob(handle_.get(), at));
         const std::string_view blob(bytes ? bytes : "",
-                                    static_cast<std::size_t>(sqlite3_column_bytes(handle_, at)));
+                                    static_cast<std::size_t>(sqlite3_column_bytes(handle_.get(), at)));
         return text::isUtf8(blob) ? text::fromUtf8(blob) : text::fromCodePage(blob);
     }
     }
@@ -183,15 +187,14 @@ Variant SqliteStatement::value(std::size_t column)
 
 void SqliteStatement::end() noexcept
 {
-    sqlite3_reset(handle_); // gives back the file's lock
+    sqlite3_reset(handle_.get()); // gives back the file's lock
     running_ = false;
     session_.returned(*this);
 }
 
-void SqliteStatement::finalize() noexcept
+void SqliteStatement::Finalize::operator()(sqlite3_stmt* handle) const noexcept
 {
-    sqlite3_finalize(handle_);
-    handle_ = nullptr;
+    sqlite3_finalize(handle);
 }
 
 } // namespace vqloan

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,7 +24,6 @@ class SqliteStatement final : public Cursor
 {
 public:
     SqliteStatement(SqliteSession& session, std::u16string_view text);
-    ~SqliteStatement() { finalize(); }
 
     const StatementShape& shape() const noexcept { return shape_; }
     bool isRunning() const noexcept { return running_; }
@@ -32,7 +32,7 @@ public:
     // The literals of the statement's text, as `shape` found them.
     void start(const std::vector<std::u16string_view>& literals, std::int32_t timeLimit);
     // Takes it from the database; it can only be ended then.
-    void finalize() noexcept;
+    void finalize() noexcept { handle_.reset(); }
 
     bool next() override;
     const ColumnNames& columns() const override { return columns_; }
@@ -40,12 +40,17 @@ public:
     void end() noexcept override;
 
 private:
+    struct Finalize
+    {
+        void operator()(sqlite3_stmt* handle) const noexcept;
+    };
+
     void compile(std::u16string_view text);
     void describe();
 
     SqliteSession& session_;
     StatementShape shape_;
-    sqlite3_stmt* handle_ = nullptr;
+    std::unique_ptr<sqlite3_stmt, Finalize> handle_;
     bool running_ = false, stepped_ = false, failed_ = false;
     std::int32_t timeLimit_ = 0;
     std::vector<std::string> values_; // bound: SQLite reads them while the statement runs
