@@ -91,7 +91,7 @@ void SysFreeString(BSTR text)
 
 UINT SysStringLen(BSTR text)
 {
-    return SysStringByteLen(text) / sizeof(OLECHAR);
+    return SysStringByteLen(text) / UINT{sizeof(OLECHAR)};
 }
 
 UINT SysStringByteLen(BSTR text)

@@ -1,0 +1,578 @@
+// The automation functions as clients in other languages use them, and the owners on top of them.
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "component/face/DispSvrInterface.h"
+#include "platform/automation/Bstr.h"
+#include "platform/automation/ComPtr.h"
+#include "platform/automation/Variant.h"
+#include "platform/runtime/RuntimeError.h"
+#include "platform/runtime/Text.h"
+
+// The system's newlocale never frees its copy of LOCPATH, which users do not set.
+extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions()
+{
+    return "leak:argz_add_sep\n";
+}
+
+namespace vqloan::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+class ScopedVariable
+{
+public:
+    ScopedVariable(const char* name, const std::string& value) : name_(name)
+    {
+        if (const char* before = std::getenv(name))
+            before_ = before;
+        setenv(name, value.c_str(), 1);
+    }
+    ~ScopedVariable() { before_ ? setenv(name_, before_->c_str(), 1) : unsetenv(name_); }
+
+private:
+    const char* name_;
+    std::optional<std::string> before_;
+};
+
+class ScratchDirectory
+{
+public:
+    ScratchDirectory()
+    {
+        std::string name = (fs::temp_directory_path() / "automation-XXXXXX").string();
+        path = mkdtemp(name.data());
+    }
+    ~ScratchDirectory() { fs::remove_all(path); }
+    fs::path path;
+};
+
+// An object that knows how often it is referred to, with a default property.
+class Counted final : public IDispatch
+{
+public:
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override
+    {
+        *object = iid == IID_IUnknown || iid == IID_IDispatch ? this : nullptr;
+        return *object ? (AddRef(), S_OK) : E_NOINTERFACE;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return ++references; }
+    ULONG STDMETHODCALLTYPE Release() override { return --references; }
+    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override
+    {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE Invoke(DISPID member, REFIID, LCID, WORD, DISPPARAMS*, VARIANT* result,
+                                     EXCEPINFO*, UINT*) override
+    {
+        if (member != DISPID_VALUE)
+            return DISP_E_MEMBERNOTFOUND;
+        *result = Variant(u"42").release();
+        return S_OK;
+    }
+    ULONG references = 1;
+};
+
+template <class Value> VARIANT variantOf(VARTYPE type, Value value)
+{
+    VARIANT result{};
+    result.vt = type;
+    std::memcpy(&result.llVal, &value, sizeof value);
+    return result;
+}
+
+// The result of a conversion as text, so that tables can be read: real numbers with a point, dates month
+// first.
+std::string converted(const VARIANT& source, VARTYPE type, LCID locale = LOCALE_USER_DEFAULT)
+{
+    Variant result, shown;
+    switch (const HRESULT outcome =
+                VariantChangeTypeEx(result.address(), &source, locale, VARIANT_ALPHABOOL, type)) {
+    case S_OK:
+        break;
+    case DISP_E_TYPEMISMATCH:
+        return "mismatch";
+    case DISP_E_OVERFLOW:
+        return "overflow";
+    case DISP_E_BADVARTYPE:
+        return "bad type";
+    default:
+        return std::to_string(outcome);
+    }
+    EXPECT_EQ(result.get().vt, type);
+    if (FAILED(VariantChangeTypeEx(shown.address(), &result.get(), LOCALE_INVARIANT, VARIANT_ALPHABOOL,
+                                   VT_BSTR)))
+        return "no text";
+    return text::toUtf8(shown.toText());
+}
+
+struct Conversion
+{
+    const char16_t* text;
+    VARTYPE type;
+    const char* expected;
+};
+
+void check(const std::vector<Conversion>& cases, LCID locale = LOCALE_USER_DEFAULT)
+{
+    for (const Conversion& given : cases)
+        EXPECT_EQ(converted(Variant(given.text).get(), given.type, locale), given.expected)
+            << text::toUtf8(given.text) << " as type " << given.type;
+}
+
+TEST(Automation, KeepsLengthAndZerosOfTexts)
+{
+    EXPECT_EQ(SysStringLen(nullptr), 0u);
+    EXPECT_EQ(SysAllocString(nullptr), nullptr);
+    for (const UINT length : {0xFFFFFFFFu, 0x80000000u, 0x7FFFFFFFu})
+        EXPECT_EQ(SysAllocStringLen(nullptr, length), nullptr) << length;
+
+    const Bstr text(std::u16string_view(u"a\0b", 3));
+    EXPECT_EQ(SysStringByteLen(text.get()), 6u);
+    EXPECT_EQ(text.get()[3], u'\0');
+    const Variant odd = [] {
+        VARIANT value = variantOf(VT_BSTR, SysAllocStringByteLen("abc", 3));
+        const Variant copy = Variant::copyOf(value);
+        VariantClear(&value);
+        return copy;
+    }();
+    EXPECT_EQ(SysStringByteLen(odd.get().bstrVal), 3u);
+
+    BSTR changing = SysAllocString(u"shelf mark");
+    EXPECT_TRUE(SysReAllocStringLen(&changing, changing + 6, 4)); // from the text that it replaces
+    EXPECT_EQ(viewOf(changing), u"mark");
+    EXPECT_TRUE(SysReAllocStringLen(&changing, nullptr, 2));
+    EXPECT_EQ(viewOf(changing), u"ma");
+    EXPECT_FALSE(SysReAllocStringLen(&changing, nullptr, 0xFFFFFFFFu));
+    EXPECT_EQ(viewOf(changing), u"ma");
+    EXPECT_TRUE(SysReAllocString(&changing, nullptr));
+    EXPECT_EQ(changing, nullptr);
+    EXPECT_FALSE(SysReAllocString(nullptr, u""));
+}
+
+TEST(Automation, CountsReferencesOfVariants)
+{
+    Counted object;
+    VARIANT first = variantOf(VT_DISPATCH, static_cast<IDispatch*>(&object));
+    object.AddRef();
+    Variant second;
+    EXPECT_EQ(VariantCopy(second.address(), &first), S_OK);
+    EXPECT_EQ(object.references, 3u);
+    EXPECT_EQ(converted(first, VT_I4), "42");
+    EXPECT_EQ(VariantChangeType(second.address(), second.address(), 0, VT_UNKNOWN), S_OK);
+    EXPECT_EQ(object.references, 3u);
+    EXPECT_EQ(VariantChangeType(second.address(), &first, VARIANT_NOVALUEPROP, VT_I4), DISP_E_TYPEMISMATCH);
+    EXPECT_EQ(VariantClear(&first), S_OK);
+    second = Variant();
+    EXPECT_EQ(object.references, 1u);
+    EXPECT_EQ(converted(variantOf(VT_DISPATCH, static_cast<IDispatch*>(nullptr)), VT_BSTR), "mismatch");
+}
+
+TEST(Automation, FollowsReferences)
+{
+    BSTR text = SysAllocString(u"12");
+    VARIANT byText = variantOf(VT_BYREF | VT_BSTR, &text);
+    VARIANT byVariant = variantOf(VT_BYREF | VT_VARIANT, &byText);
+    VARIANT twice = variantOf(VT_BYREF | VT_VARIANT, &byVariant);
+
+    EXPECT_EQ(Variant::copyOf(byVariant).toText(), u"12");
+    EXPECT_EQ(converted(byVariant, VT_I2), "12");
+    Variant target;
+    EXPECT_EQ(VariantCopyInd(target.address(), &twice), E_INVALIDARG);
+    EXPECT_EQ(VariantCopyInd(&byVariant, &byVariant), S_OK); // in place
+    EXPECT_EQ(viewOf(byVariant.bstrVal), u"12");
+    EXPECT_NE(byVariant.bstrVal, text);
+    VariantClear(&byVariant);
+    VariantClear(&byText); // frees nothing
+    SysFreeString(text);
+}
+
+TEST(Automation, RefusesWrongUse)
+{
+    Variant target;
+    VARIANT number = variantOf(VT_I4, 1), array = variantOf<void*>(VT_ARRAY | VT_I4, nullptr);
+    VARIANT nowhere = variantOf<void*>(VT_BYREF | VT_I4, nullptr);
+    CLSID clsid;
+    void* object = &target;
+    const struct
+    {
+        const char* name;
+        HRESULT result, expected;
+    } cases[] = {
+        {"clear null", VariantClear(nullptr), E_INVALIDARG},
+        {"copy from null", VariantCopy(target.address(), nullptr), E_INVALIDARG},
+        {"copy to null", VariantCopyInd(nullptr, &number), E_INVALIDARG},
+        {"change null", VariantChangeType(target.address(), nullptr, 0, VT_I4), E_INVALIDARG},
+        {"reference to nothing", VariantCopyInd(target.address(), &nowhere), E_INVALIDARG},
+        {"clear array", VariantClear(&array), DISP_E_BADVARTYPE},
+        {"copy array", VariantCopy(target.address(), &array), DISP_E_BADVARTYPE},
+        {"copy onto array", VariantCopy(&array, &number), DISP_E_BADVARTYPE},
+        {"change to reference", VariantChangeType(&number, &number, 0, VT_BYREF | VT_I4), DISP_E_BADVARTYPE},
+        {"change array", VariantChangeType(target.address(), &array, 0, VT_BSTR), DISP_E_BADVARTYPE},
+        {"error information to null", GetErrorInfo(0, nullptr), E_INVALIDARG},
+        {"new error information to null", CreateErrorInfo(nullptr), E_INVALIDARG},
+        {"identifier to null", CLSIDFromString(u"{", nullptr), E_INVALIDARG},
+        {"no programmatic identifier", CLSIDFromProgID(nullptr, &clsid), E_INVALIDARG},
+        {"not a GUID", CLSIDFromString(u"{00000000-0000-0000-C000-00000000004G}", &clsid), CO_E_CLASSSTRING},
+        {"object to null", CoCreateInstance(IID_NULL, nullptr, CLSCTX_ALL, IID_IUnknown, nullptr), E_POINTER},
+        {"no file of a class", AutomationRegisterClass(IID_NULL, u"A.B", nullptr), E_INVALIDARG},
+        {"two lines of registry", AutomationRegisterClass(IID_NULL, u"A.B", u"/a\nb"), E_INVALIDARG},
+    };
+    for (const auto& given : cases)
+        EXPECT_EQ(given.result, given.expected) << given.name;
+    EXPECT_EQ(CoGetClassObject(IID_NULL, 4, nullptr, IID_IUnknown, &object),
+              REGDB_E_CLASSNOTREG); // another process
+    EXPECT_EQ(object, nullptr);
+    EXPECT_TRUE(target.isEmpty());
+}
+
+TEST(Automation, ConvertsTextToNumbers)
+{
+    const ScopedVariable locale("LC_ALL", "C");
+    check({
+        {u" 2.5 ", VT_I4, "2"},
+        {u"3.5", VT_I2, "4"},
+        {u"-2.5000000000000000000001", VT_I4, "-3"},
+        {u"0.5", VT_UI8, "0"},
+        {u"5-", VT_I4, "-5"},
+        {u"- 5", VT_I4, "-5"},
+        {u"( 7 )", VT_I2, "-7"},
+        {u"+1,234,567.5", VT_R8, "1234567.5"},
+        {u"12E-1", VT_R8, "1.2"},
+        {u".5", VT_R4, "0.5"},
+        {u"1E+3", VT_I2, "1000"},
+        {u"0E999999999999999999999", VT_I2, "0"},
+        {u"1E-999999999999999999999", VT_R8, "0"},
+        {u"9223372036854775807", VT_I8, "9223372036854775807"},
+        {u"-9223372036854775808", VT_I8, "-9223372036854775808"},
+        {u"18446744073709551615", VT_UI8, "18446744073709551615"},
+        {u"&HFFFF", VT_I2, "-1"},
+        {u"&hffff", VT_I4, "65535"},
+        {u"&HFFFF", VT_R8, "65535"},
+        {u"&O17", VT_UI1, "15"},
+        {u"12.5", VT_CY, "12.5"},
+        {u"TRUE", VT_BOOL, "True"},
+        {u"#false#", VT_BOOL, "False"},
+        {u"0.1", VT_BOOL, "True"},
+        // Out of range.
+        {u"32767.5", VT_I2, "overflow"},
+        {u"-32769", VT_I2, "overflow"},
+        {u"-1", VT_UI4, "overflow"},
+        {u"256", VT_UI1, "overflow"},
+        {u"&H10000", VT_I2, "overflow"},
+        {u"18446744073709551615.5", VT_UI8, "overflow"},
+        {u"1E999999999999999999999", VT_R8, "overflow"},
+        {u"1E39", VT_R4, "overflow"},
+        {u"1E15", VT_CY, "overflow"},
+        // No numbers.
+        {u"", VT_I4, "mismatch"},
+        {u" - ", VT_I4, "mismatch"},
+        {u"-5-", VT_I4, "mismatch"},
+        {u"(5", VT_I4, "mismatch"},
+        {u"()", VT_I4, "mismatch"},
+        {u"1.2.3", VT_I4, "mismatch"},
+        {u"1.2,3", VT_I4, "mismatch"},
+        {u",1", VT_I4, "mismatch"},
+        {u"1E", VT_I4, "mismatch"},
+        {u"1 2", VT_I4, "mismatch"},
+        {u"&H", VT_I4, "mismatch"},
+        {u"&H-1", VT_I4, "mismatch"},
+        {u"&O8", VT_I4, "mismatch"},
+        {u"\uFF11", VT_I4, "mismatch"},
+        {u"yes", VT_BOOL, "mismatch"},
+    });
+}
+
+TEST(Automation, ConvertsTextToDates)
+{
+    const ScopedVariable locale("LC_ALL", "POSIX");
+    check({
+        {u"2024-02-29", VT_DATE, "02/29/2024"},
+        {u" 2024-02-29T23:59:59.4Z ", VT_DATE, "02/29/2024 23:59:59"},
+        {u"2024-02-29 10:30", VT_DATE, "02/29/2024 10:30:00"},
+        {u"2024-02-29 23:59:59.6", VT_DATE, "03/01/2024"},
+        {u"1/2/2024", VT_DATE, "01/02/2024"},
+        {u"13.2.2024", VT_DATE, "02/13/2024"},
+        {u"1-2-29", VT_DATE, "01/02/2029"},
+        {u"1-2-30", VT_DATE, "01/02/1930"},
+        {u"10:30 PM", VT_DATE, "22:30:00"},
+        {u"12:00 am", VT_DATE, "00:00:00"},
+        {u"1.5", VT_DATE, "12/31/1899 12:00:00"},
+        {u"1899-12-29 06:00", VT_R8, "mismatch"},
+        {u"2023-02-29", VT_DATE, "mismatch"},
+        {u"2024-13-13", VT_DATE, "mismatch"},
+        {u"1/2-2024", VT_DATE, "mismatch"},
+        {u"24:00", VT_DATE, "mismatch"},
+        {u"13:00 PM", VT_DATE, "mismatch"},
+        {u"1/2/2024 ", VT_DATE, "01/02/2024"},
+        {u"1/2/2024 x", VT_DATE, "mismatch"},
+        {u"2024-02-29T", VT_DATE, "mismatch"},
+        {u"0099-01-01", VT_DATE, "mismatch"},
+        {u"2958466", VT_DATE, "overflow"},
+    });
+    // Before day 0 the time of day still counts forward.
+    EXPECT_EQ(Variant(u"1899-12-29 06:00").toDate(), -1.25);
+    EXPECT_EQ(converted(Variant::fromDate(-1.25).get(), VT_BSTR), "12/29/1899 06:00:00");
+}
+
+TEST(Automation, ConvertsBetweenOtherTypes)
+{
+    const ScopedVariable locale("LC_ALL", "C");
+    const struct
+    {
+        VARIANT source;
+        VARTYPE type;
+        const char* expected;
+    } cases[] = {
+        {variantOf(VT_EMPTY, 0), VT_BSTR, ""},
+        {variantOf(VT_EMPTY, 0), VT_I4, "0"},
+        {variantOf(VT_NULL, 0), VT_BSTR, "mismatch"},
+        {variantOf(VT_ERROR, DISP_E_PARAMNOTFOUND), VT_I4, "mismatch"},
+        {variantOf(VT_BOOL, VARIANT_TRUE), VT_BSTR, "True"},
+        {variantOf(VT_BOOL, VARIANT_TRUE), VT_I4, "-1"},
+        {variantOf(VT_BOOL, VARIANT_TRUE), VT_UI1, "255"},
+        {variantOf(VT_R8, 0.1 + 0.2), VT_BSTR, "0.3"},
+        {variantOf(VT_R8, 1e20), VT_BSTR, "1E+20"},
+        {variantOf(VT_R8, -0.00001), VT_BSTR, "-1E-05"},
+        {variantOf(VT_R8, 999999999999999.0), VT_BSTR, "999999999999999"},
+        {variantOf(VT_R8, -0.0), VT_BSTR, "0"},
+        {variantOf(VT_R4, 0.1f), VT_BSTR, "0.1"},
+        {variantOf(VT_R8, -2.5), VT_I4, "-2"},
+        {variantOf(VT_R8, -1.5), VT_I4, "-2"},
+        {variantOf(VT_R8, 9223372036854775808.0), VT_I8, "overflow"},
+        {variantOf(VT_R8, -32768.5), VT_I2, "-32768"},
+        {variantOf(VT_R8, std::nan("")), VT_I4, "overflow"},
+        {variantOf(VT_R8, 1e300), VT_R4, "overflow"},
+        {variantOf(VT_I4, -1), VT_UI8, "overflow"},
+        {variantOf<signed char>(VT_I1, -1), VT_I2, "-1"},
+        {variantOf(VT_UI8, ~0ull), VT_BSTR, "18446744073709551615"},
+        {variantOf(VT_CY, 12345ll), VT_BSTR, "1.2345"},
+        {variantOf(VT_DATE, 45351.75), VT_I4, "45352"},
+        {variantOf(VT_DATE, 3e6), VT_BSTR, "overflow"},
+        {variantOf(VT_I4, 45351), VT_DATE, "02/29/2024"},
+        {variantOf(VT_I4, 1), VT_DISPATCH, "mismatch"},
+        {variantOf(VT_I4, 1), VT_VARIANT, "bad type"},
+    };
+    for (const auto& given : cases)
+        EXPECT_EQ(converted(given.source, given.type), given.expected)
+            << given.source.vt << " to " << given.type;
+    // Clients that do not ask for words get the Boolean's number.
+    Variant plain;
+    const VARIANT truth = variantOf(VT_BOOL, VARIANT_TRUE);
+    EXPECT_EQ(VariantChangeType(plain.address(), &truth, 0, VT_BSTR), S_OK);
+    EXPECT_EQ(plain.toText(), u"-1");
+}
+
+TEST(Automation, FollowsTheUsersLocale)
+{
+    const ScratchDirectory scratch;
+    const std::string name = "it_IT.ISO-8859-1";
+    if (std::system(
+            ("localedef -i it_IT -f ISO-8859-1 " + (scratch.path / name).string() + " >/dev/null 2>&1")
+                .c_str()))
+        GTEST_SKIP() << "the Italian locale cannot be made on this machine";
+    const ScopedVariable path("LOCPATH", scratch.path.string()), all("LC_ALL", ""), time("LC_TIME", ""),
+        numeric("LC_NUMERIC", "C"), language("LANG", name);
+    EXPECT_EQ(converted(Variant(u"1.5").get(), VT_R8), "1.5");
+    EXPECT_EQ(converted(Variant(u"1/2/2024").get(), VT_DATE), "02/01/2024");
+
+    const ScopedVariable over("LC_ALL", name);
+    check({
+        {u"1.234,5", VT_R8, "1234.5"},
+        {u"1.5", VT_I4, "15"}, // the point groups digits
+        {u"2,5", VT_I4, "2"},
+        {u"1,2,3", VT_I4, "mismatch"},
+        {u"1.2.2024", VT_DATE, "02/01/2024"},
+        {u"2/13/2024", VT_DATE, "02/13/2024"},
+    });
+    check({{u"1.5", VT_R8, "1.5"}, {u"1/2/2024", VT_DATE, "01/02/2024"}}, LOCALE_INVARIANT);
+    EXPECT_EQ(Variant(1234.5).toText(), u"1234,5");
+    EXPECT_EQ(Variant::fromDate(45351.75).toText(), u"29/02/2024 18:00:00");
+
+    const ScopedVariable gone("LC_ALL", "xx_XX.UTF-8");
+    EXPECT_EQ(converted(Variant(u"1.5").get(), VT_R8), "1.5");
+}
+
+TEST(Automation, OwnersFailAsTheRuntimeDoes)
+{
+    const auto number = [](const Variant& value, auto convert) {
+        try {
+            convert(value);
+            return 0;
+        } catch (const RuntimeError& failure) {
+            return failure.number;
+        }
+    };
+    const auto toInteger = [](const Variant& value) { value.toInteger(); };
+    const auto toText = [](const Variant& value) { value.toText(); };
+    EXPECT_EQ(number(Variant(u"x"), toInteger), 13);
+    EXPECT_EQ(number(Variant(40000), toInteger), 6);
+    EXPECT_EQ(number(Variant::null(), toText), 94);
+    EXPECT_EQ(number(Variant::missing(), toText), 13);
+
+    BSTR text = SysAllocString(u"before");
+    VARIANT byText = variantOf(VT_BYREF | VT_BSTR, &text);
+    Variant::assign(byText, Variant(7));
+    EXPECT_EQ(viewOf(text), u"7");
+    EXPECT_EQ(number(Variant::null(), [&](const Variant& value) { Variant::assign(byText, value); }), 94);
+    EXPECT_EQ(viewOf(text), u"7");
+    SysFreeString(text);
+
+    std::array<std::int16_t, 2> shorts{1, 1};
+    VARIANT byShort = variantOf(VT_BYREF | VT_I2, shorts.data());
+    Variant::assign(byShort, Variant(u"-2"));
+    EXPECT_EQ(shorts, (std::array<std::int16_t, 2>{-2, 1}));
+    EXPECT_EQ(number(Variant(70000), [&](const Variant& value) { Variant::assign(byShort, value); }), 6);
+
+    Variant inner(u"before");
+    VARIANT byVariant = variantOf(VT_BYREF | VT_VARIANT, inner.address());
+    Variant::assign(byVariant, Variant(3));
+    EXPECT_EQ(inner.get().vt, VT_I4);
+    Variant::assign(*inner.address(), Variant(u"after"));
+    EXPECT_EQ(inner.toText(), u"after");
+}
+
+TEST(Automation, KeepsErrorInformationOfEachThread)
+{
+    const auto set = [](const char16_t* text) {
+        ComPtr<ICreateErrorInfo> fresh;
+        ComPtr<IErrorInfo> info;
+        CreateErrorInfo(fresh.address());
+        fresh->SetDescription(const_cast<LPOLESTR>(text));
+        fresh->SetHelpContext(7);
+        EXPECT_EQ(fresh->QueryInterface(IID_IErrorInfo, info.addressVoid()), S_OK);
+        SetErrorInfo(0, info.get());
+    };
+    set(u"first");
+    std::thread([&] {
+        ComPtr<IErrorInfo> none;
+        EXPECT_EQ(GetErrorInfo(0, none.address()), S_FALSE);
+        set(u"never fetched");
+        set(u"released when the thread ends");
+    }).join();
+    ComPtr<IErrorInfo> info;
+    Bstr description, source;
+    DWORD helpContext = 0;
+    ASSERT_EQ(GetErrorInfo(0, info.address()), S_OK);
+    EXPECT_EQ(info->GetDescription(description.address()), S_OK);
+    EXPECT_EQ(info->GetSource(source.address()), S_OK);
+    EXPECT_EQ(info->GetHelpContext(&helpContext), S_OK);
+    EXPECT_EQ(info->GetDescription(nullptr), E_POINTER);
+    EXPECT_EQ(description.view(), u"first");
+    EXPECT_EQ(source.view(), u"");
+    EXPECT_EQ(helpContext, 7u);
+    EXPECT_EQ(GetErrorInfo(0, info.address()), S_FALSE);
+}
+
+TEST(Automation, WritesAndReadsGuids)
+{
+    OLECHAR text[39];
+    ASSERT_EQ(StringFromGUID2(IID_IErrorInfo, text, 39), 39);
+    EXPECT_EQ(std::u16string_view(text), u"{1CF2B120-547D-101B-8E65-08002B2BD119}");
+    EXPECT_EQ(StringFromGUID2(IID_IErrorInfo, text, 38), 0);
+    GUID guid;
+    EXPECT_EQ(CLSIDFromString(u"{1cf2b120-547d-101b-8e65-08002b2bd119}", &guid), S_OK);
+    EXPECT_EQ(guid, IID_IErrorInfo);
+}
+
+TEST(Automation, FindsRegisteredClasses)
+{
+    const ScratchDirectory scratch;
+    const ScopedVariable registry("AUTOMATION_REGISTRY",
+                                  (scratch.path / "new directory" / "registry").string());
+    const auto create = [](void** object) {
+        return CoCreateInstance(CLSID_DispSvr, nullptr, CLSCTX_ALL, IID_IUnknown, object);
+    };
+    const auto registerFile = [](const fs::path& file) {
+        return AutomationRegisterClass(CLSID_DispSvr, u"Test.Class", file.u16string().c_str());
+    };
+    const fs::path component = scratch.path / "copia però.so", text = scratch.path / "text.so";
+    const auto isLoaded = [&] {
+        void* handle = dlopen(component.c_str(), RTLD_NOW | RTLD_NOLOAD);
+        return handle && dlclose(handle) == 0;
+    };
+    fs::copy_file(COMPONENT_FILE, component);
+    std::ofstream(text) << "no component";
+
+    ComPtr<IUnknown> object;
+    EXPECT_EQ(create(object.addressVoid()), REGDB_E_CLASSNOTREG);
+    EXPECT_EQ(registerFile(scratch.path / "gone.so"), S_OK);
+    EXPECT_EQ(create(object.addressVoid()), CO_E_DLLNOTFOUND);
+    EXPECT_EQ(registerFile(text), S_OK);
+    EXPECT_EQ(create(object.addressVoid()), CO_E_ERRORINDLL);
+    EXPECT_EQ(registerFile(component), S_OK);
+    // A file is in use as long as an object of it, or a thread that it keeps something for.
+    std::thread([&] {
+        ComPtr<IUnknown> created;
+        EXPECT_EQ(create(created.addressVoid()), S_OK);
+        CoFreeUnusedLibraries();
+        EXPECT_TRUE(isLoaded());
+    }).join();
+    CoFreeUnusedLibraries();
+    EXPECT_FALSE(isLoaded());
+
+    CLSID clsid;
+    EXPECT_EQ(CLSIDFromProgID(u"tEST.class", &clsid), S_OK);
+    EXPECT_EQ(clsid, CLSID_DispSvr);
+    EXPECT_EQ(AutomationUnregisterClass(CLSID_DispSvr, u"Another.Class"), S_OK);
+    EXPECT_EQ(CLSIDFromString(u"Test.Class", &clsid), S_OK);
+    EXPECT_EQ(AutomationUnregisterClass(CLSID_DispSvr, u"Test.Class"), S_OK);
+    EXPECT_EQ(CLSIDFromProgID(u"Test.Class", &clsid), CO_E_CLASSSTRING);
+}
+
+TEST(Automation, LosesNoRegistrationOfSeveralAtOnce)
+{
+    const ScratchDirectory scratch;
+    const fs::path file = scratch.path / "registry";
+    const ScopedVariable registry("AUTOMATION_REGISTRY", file.string());
+    std::ofstream(file) << "a line of somebody else\n";
+    constexpr std::uint16_t threads = 4, classes = 10;
+    std::vector<std::thread> registering;
+    for (std::uint16_t thread = 0; thread < threads; ++thread)
+        registering.emplace_back([=] {
+            for (std::uint16_t number = 0; number < classes; ++number) {
+                EXPECT_EQ(AutomationRegisterClass({1, thread, number, {}}, u"A.B", u"/some/file"), S_OK);
+                if (number % 2) {
+                    EXPECT_EQ(AutomationUnregisterClass({1, thread, number, {}}, u"A.B"), S_OK);
+                }
+            }
+        });
+    for (std::thread& thread : registering)
+        thread.join();
+    std::ifstream lines(file);
+    const std::string text{std::istreambuf_iterator<char>(lines), {}};
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 1 + threads * classes / 2);
+    EXPECT_TRUE(text.starts_with("a line of somebody else\n"));
+}
+
+TEST(Automation, RunsPendingEventsOfTheThread)
+{
+    int passes = 0;
+    AutomationSetPendingEvents([](void* context) { ++*static_cast<int*>(context); }, &passes);
+    AutomationRunPendingEvents();
+    std::thread(AutomationRunPendingEvents).join();
+    AutomationSetPendingEvents(nullptr, nullptr);
+    AutomationRunPendingEvents();
+    EXPECT_EQ(passes, 1);
+}
+
+} // namespace
+} // namespace vqloan::test
