@@ -46,6 +46,7 @@ struct ScriptCall
 
     HRESULT on(IDispatch* object, Variant& result, EXCEPINFO* exception = nullptr, UINT* inError = nullptr)
     {
+        result = Variant(); // a call writes over what it is given
         std::vector<VARIANT> reversed(arguments.rbegin(), arguments.rend());
         std::vector<DISPID> reversedNames(names.rbegin(), names.rend());
         DISPPARAMS given{reversed.data(), reversedNames.data(), static_cast<UINT>(reversed.size()),
@@ -89,6 +90,7 @@ TEST(Face, EveryMemberWorksByNameInAnyCase)
         std::vector<std::u16string> names{text::upper(member.name)};
         std::vector<DISPID> expected{member.id};
         ScriptCall call{member.id, static_cast<WORD>(member.kind)};
+        Variant variable;
         for (const Parameter& parameter : std::span(member.parameterSlots).first(member.parameterCount())) {
             if (parameter.name.empty()) {
                 call.names = {DISPID_PROPERTYPUT};
@@ -96,7 +98,9 @@ TEST(Face, EveryMemberWorksByNameInAnyCase)
                 names.push_back(text::upper(parameter.name));
                 expected.push_back(static_cast<DISPID>(call.arguments.size()));
             }
-            call.arguments.push_back(of(parameter.type == VT_VARIANT ? VARTYPE{VT_EMPTY} : parameter.type));
+            call.arguments.push_back(parameter.type == VT_VARIANT
+                                         ? of(VT_BYREF | VT_VARIANT, variable.address())
+                                         : of(parameter.type));
         }
         const std::string shown = text::toUtf8(member.name);
         std::vector<LPOLESTR> pointers;

@@ -2,7 +2,10 @@
 
 namespace vqloan {
 
-UINT typeInfoCount() noexcept { return 0; }
+UINT typeInfoCount() noexcept
+{
+    return 0;
+}
 
 HRESULT typeInfoOf(REFIID, LCID, ITypeInfo** info) noexcept
 {
