@@ -1,0 +1,132 @@
+// One exchanged copy beside a bare loop that makes the same system calls. The other end answers at once, in
+// this process: it links a prepared answer file to the name that is looked for.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
+#include "RatioReporter.h"
+#include "component/DispSvr.h"
+#include "platform/automation/Automation.h"
+#include "platform/runtime/ApplicationInfo.h"
+
+namespace {
+
+using namespace vqloan;
+
+struct Directory
+{
+    Directory()
+    {
+        char name[] = "/tmp/vqloan-exchange-bench-XXXXXX";
+        if (!mkdtemp(name))
+            std::abort();
+        path = name;
+        std::ofstream(path + "/prepared") << "01\tDisponibile\tx\r\n";
+        std::ofstream par(path + "/CLIENT.PAR");
+        par << "CLIENT=1\r\nTIMEOUT=5\r\nDIR=" << path
+            << "/\r\n4=\r\n5=\r\nWIDTH=80\r\n7=\r\n8=\r\n9=\r\n10=\r\n"
+            << "TIMEOUTTEXT=x\r\nEMPTYTEXT=x\r\n13=\r\nZZ=no\r\ncodbib=01,AA,Civica\r\ncodbib=02,AA,Alfa\r\n";
+    }
+    ~Directory() { std::filesystem::remove_all(path); }
+    std::string path;
+} const directory;
+
+const std::string prepared = directory.path + "/prepared";
+
+void answerAt(const char* name)
+{
+    if (link(prepared.c_str(), name) != 0)
+        std::abort();
+}
+
+void bareWrite(const char* name, const char* text)
+{
+    const int file = open(name, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    if (file < 0 || write(file, text, std::strlen(text)) < 0)
+        std::abort();
+    close(file);
+}
+
+bool bareRead(const char* name)
+{
+    char buffer[4096];
+    const int file = open(name, O_RDONLY | O_CLOEXEC);
+    if (file < 0)
+        return false;
+    struct stat status;
+    fstat(file, &status);
+    while (read(file, buffer, sizeof buffer) > 0) // up to the end, as reading all the lines does
+        ;
+    close(file);
+    return true;
+}
+
+void gatewayReal(benchmark::State& state)
+{
+    DispSvr svr;
+    svr.ExchPath = std::filesystem::path(directory.path).u16string();
+    svr.ClientId = 1;
+    svr.ClientTimeout = 5;
+    for (auto _ : state) {
+        answerAt((directory.path + "/ZSQL_001.CL2").c_str());
+        std::u16string answer;
+        if (svr.CallSql(u"WL", u"123456", u"01", answer) || answer.empty())
+            state.SkipWithError("no answer");
+    }
+}
+
+void gatewayBare(benchmark::State& state)
+{
+    const std::string request = directory.path + "/ZSQL_001.CL1", answer = directory.path + "/ZSQL_001.CL2";
+    for (auto _ : state) {
+        answerAt(answer.c_str());
+        bareWrite(request.c_str(), "WL,123456,01\r\n");
+        if (access(answer.c_str(), R_OK) != 0 || !bareRead(answer.c_str()))
+            state.SkipWithError("no answer");
+        unlink(answer.c_str());
+    }
+}
+
+const std::string hostAnswer = directory.path + "/Z7000_01.CL2";
+
+void hostReal(benchmark::State& state)
+{
+    ApplicationInfo::pretendFile(std::filesystem::path(directory.path + "/VQLoan.so").u16string());
+    DispSvr svr;
+    AutomationSetPendingEvents([](void*) { answerAt(hostAnswer.c_str()); }, nullptr);
+    for (auto _ : state) {
+        std::u16string answer;
+        if (svr.Call7000(u"WL,123456,01", answer) || answer.empty())
+            state.SkipWithError("no answer");
+    }
+    AutomationSetPendingEvents(nullptr, nullptr);
+}
+
+void hostBare(benchmark::State& state)
+{
+    const std::string request = directory.path + "/Z7000_01.CL1", parameters = directory.path + "/CLIENT.PAR";
+    for (auto _ : state) {
+        if (!bareRead(parameters.c_str()))
+            state.SkipWithError("no parameters");
+        unlink(hostAnswer.c_str());
+        bareWrite(request.c_str(), "WL,01123456\r\n");
+        while (!bareRead(hostAnswer.c_str()))
+            answerAt(hostAnswer.c_str());
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    benchmark::RegisterBenchmark("SQL, one copy exchanged/real", gatewayReal);
+    benchmark::RegisterBenchmark("SQL, one copy exchanged/bare", gatewayBare);
+    benchmark::RegisterBenchmark("7000, one copy exchanged/real", hostReal);
+    benchmark::RegisterBenchmark("7000, one copy exchanged/bare", hostBare);
+    return bench::run(argc, argv);
+}

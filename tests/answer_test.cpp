@@ -1,0 +1,169 @@
+// Taking requests apart and putting answers together: limits, groups, fields.
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "Site.h"
+#include "availability/OtherGroup.h"
+#include "component/DispSvr.h"
+
+namespace vqloan::test {
+namespace {
+
+TEST(Answer, WithoutABackEnd)
+{
+    Client desk = Site().client();
+    EXPECT_EQ(desk.ask(""), "");
+    EXPECT_EQ(desk.failure().number, 0);
+    EXPECT_EQ(desk.ask("01|A|1"), "||\n");
+    EXPECT_EQ(desk.ask("01|A|1\n\n02\n"), "||\n||\n||\n")
+        << "an empty line is a line, the end of the last is none";
+}
+
+TEST(Answer, ItemsAndGroups)
+{
+    Site site;
+    const auto exchange = site.directory / "exchange";
+    std::filesystem::create_directory(exchange);
+    site.settings("[CONFIG]\nPATH=" + exchange.string() + "\n[CLIENT]\nTIMEOUT=0\n");
+    Client desk = site.client();
+    ASSERT_FALSE(desk.open("SQL"));
+    // Nobody answers: the code comes back with an empty message and a blank.
+    EXPECT_EQ(desk.ask(" 01 | A 1 | x9 | "), "Coll. A 1, Inv. X9,  |01|Coll. A 1, Inv. X9,   ||\n");
+    EXPECT_EQ(desk.ask("01|||only a note|5|6"), "only a note|01|only a note ||\n");
+    desk.ownLibrary("ab ");
+    EXPECT_EQ(desk.ask("AB||P\n01||X\nAb||Q\n02||Y"),
+              "Inv. Q|Ab|Inv. Q ||\nInv. P|AB|Inv. P ||\nInv. X|01|Inv. X ||\nInv. Y|02|Inv. Y ||\n");
+}
+
+TEST(Answer, LineCounter)
+{
+    const auto lines = [](int count, const std::string& line) {
+        std::string request;
+        for (int i = 0; i < count; ++i)
+            request += line;
+        return request;
+    };
+    Client desk = Site().client();
+    EXPECT_EQ(desk.raw(lines(32766, "x\r\n")).size(), 32766u * 4);
+    EXPECT_EQ(desk.raw(lines(32767, "x\r\n")), u"");
+    EXPECT_EQ(desk.failure().number, 6);
+    EXPECT_EQ(desk.failure().source, "SvrODBC.VisNre");
+    EXPECT_EQ(desk.raw(std::string(32765, 'x') + "\r\n"), u"\t\t\r\n")
+        << "the line's end is at the last position";
+    EXPECT_EQ(desk.raw(std::string(32767, 'x')), u"");
+}
+
+TEST(Fields, GetField)
+{
+    struct Case
+    {
+        const char16_t *text, *separator;
+        int number;
+        bool cut;
+        const char16_t *field, *rest;
+    } const cases[] = {
+        {u"", u"\t", 1, true, u"", u""},
+        {u"A\t\tB", u"\t", 2, false, u"", u"A\t\tB"},
+        {u"A\t\tB", u"\t", 3, true, u"B", u""},
+        {u"A\t\tB", u"\t", 4, true, u"", u"A\t\tB"},
+        {u"A\tB\t", u"\t", 3, true, u"", u"A\tB\t"},
+        {u" A  B", u" ", 1, true, u"", u"A  B"},
+        {u" A  B", u" ", 2, true, u"A", u"B"},
+        {u" A  B", u" ", 3, true, u"B", u""},
+        {u"L1\r\nL2\r\n", u"\r\n", 0, false, u"L1", u"L2\r\n"},
+        {u"L2\r\n", u"\r\n", 0, false, u"L2", u""},
+        {u"\r\n\r\nX", u"\r\n", 0, false, u"", u"\r\nX"},
+        {u"A,B,C,D", u",", 3, true, u"C", u"D"},
+        {u"A,B", u",", -1, true, u"", u"A,B"},
+    };
+    for (const Case& c : cases) {
+        std::u16string_view text = c.text;
+        Int16 number = c.number;
+        EXPECT_EQ(DispSvr::GetField(text, c.separator, number, c.cut), c.field)
+            << text::toUtf8(c.text) << c.number;
+        EXPECT_EQ(text, c.rest) << text::toUtf8(c.text) << c.number;
+        EXPECT_EQ(number, c.number == 0 ? 1 : c.number);
+    }
+}
+
+TEST(Fields, PositionsAre16Bit)
+{
+    const auto field = [](const std::u16string& text, int number) {
+        std::u16string_view view = text;
+        Int16 wanted = number;
+        return DispSvr::GetField(view, u"\r\n", wanted, true).size();
+    };
+    const auto x = [](std::size_t count) { return std::u16string(count, u'x'); };
+    EXPECT_EQ(field(x(32766), 1), 32766u);
+    EXPECT_THROW(field(x(32767), 1), RuntimeError) << "the end stands behind the last position";
+    EXPECT_EQ(field(x(32765) + u"\r\n" + x(90000), 1), 32765u) << "what follows may be long";
+    EXPECT_THROW(field(x(32766) + u"\r\n", 1), RuntimeError) << "to be cut behind the separator";
+    EXPECT_THROW(field(x(32765) + u"\r\n" + x(9), 3), RuntimeError) << "a search that runs off";
+
+    CodeTable table(32768, u"9\tno");
+    table[32767] = u"10\tlast";
+    EXPECT_EQ(DispSvr::Find_Messa(u"10", table), u"last");
+    EXPECT_EQ(DispSvr::Find_Messa(u"09", table), u"") << "codes are texts";
+    table.push_back(u"");
+    EXPECT_THROW(DispSvr::Find_Messa(u"9", table), RuntimeError);
+}
+
+// The group as one text in which lines are searched and inserted by position.
+struct GroupAsText
+{
+    std::u16string text;
+
+    void place(const std::u16string& key, const std::u16string& line, Int16 n)
+    {
+        Int16 k = 1;
+        while (k < n && key >= DispSvr::GetField(DispSvr::GetField(text, u"\r\n", k), u"\t", 1))
+            ++k;
+        if (k == n)
+            text += line + u"\r\n";
+        else if (k == 1)
+            text = line + u"\r\n" + text;
+        else
+            text.insert(static_cast<std::size_t>(DispSvr::FindNth(text, u"\r\n", k - 1) + 1), line + u"\r\n");
+    }
+};
+
+TEST(OtherGroup, PlacesAndFailsAsTheTextWould)
+{
+    std::mt19937 random(20);
+    int overflows = 0;
+    for (int round = 0; round < 60; ++round) {
+        OtherGroup group;
+        GroupAsText reference;
+        const int keys = 1 + round % 7;
+        const std::size_t longest = 20 + static_cast<std::size_t>(random() % 3000);
+        for (int n = 1, own = 0; n < 400; ++n) {
+            if (random() % 10 == 0 && ++own) // an own-library line counts, but goes elsewhere
+                continue;
+            const std::u16string key(1, static_cast<char16_t>(u'a' + random() % static_cast<unsigned>(keys)));
+            const bool failed = random() % 20 == 0; // keeps its place, but begins with another field
+            const std::u16string line =
+                (failed ? u"Codice Bibl. " + key : key) + u"\t" + std::u16string(random() % longest, u'.');
+            const auto outcome = [](auto step) { // the failure's number, or 0
+                try {
+                    step();
+                    return 0;
+                } catch (const RuntimeError& failure) {
+                    return failure.number;
+                }
+            };
+            const int expected = outcome([&] { reference.place(key, line, n); });
+            ASSERT_EQ(outcome([&] { group.insert(group.search(key, n), line); }), expected)
+                << round << ":" << n;
+            overflows += expected == 6;
+        }
+        std::u16string text;
+        group.appendTo(text);
+        ASSERT_EQ(text, reference.text) << round;
+        ASSERT_EQ(group.size(), text.size());
+    }
+    EXPECT_GT(overflows, 1000);
+}
+
+} // namespace
+} // namespace vqloan::test

@@ -1,0 +1,200 @@
+// The availability of copies on the library database, asked through the published interface.
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include "Network.h"
+#include "Site.h"
+#include "component/DispSvr.h"
+#include "platform/runtime/Clock.h"
+
+namespace vqloan::test {
+namespace {
+
+class Database
+{
+public:
+    explicit Database(const std::filesystem::path& file) { sqlite3_open(file.c_str(), &handle_); }
+    ~Database() { sqlite3_close(handle_); }
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
+
+    void run(const std::string& statements)
+    {
+        char* error = nullptr;
+        sqlite3_exec(handle_, statements.c_str(), nullptr, nullptr, &error);
+        ASSERT_EQ(error, nullptr) << error;
+    }
+
+private:
+    sqlite3* handle_ = nullptr;
+};
+
+class Availability : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        database.run(schemaAndRows());
+        site.settings(databaseSettings(connect));
+    }
+    Client opened()
+    {
+        Client client = site.client();
+        EXPECT_FALSE(client.open("SQL2")) << client.failure().description;
+        return client;
+    }
+
+    Site site;
+    const std::filesystem::path file = site.directory / "library.db";
+    const std::string connect = "Provider=SQLite;Data Source=" + file.string();
+    Database database{file};
+};
+
+TEST_F(Availability, EverySituationInItsOrderOfPrecedence)
+{
+    Client desk = opened();
+    for (const Question& question : questions())
+        EXPECT_EQ(desk.ask(requestLine(question)), answerLine(question)) << question.situation;
+}
+
+TEST_F(Availability, OutOfServiceWithoutATextOfItsOwn)
+{
+    std::string settings = databaseSettings(connect);
+    settings.resize(settings.find("11=Fuori"));
+    site.settings(settings);
+    EXPECT_EQ(opened().ask("01||OUT\n"), "Inv. OUT|Civica|Inv. OUT|(stato) Sollecitato||||\n");
+}
+
+TEST_F(Availability, ConfiguredPartsOfCodeAndNumber)
+{
+    site.settings("[SERVER]\nCONNECT=" + connect + "\nINVENTARIO=3,4\nBIBLIOTECA=2,2\n" + messages);
+    Client desk = opened();
+    EXPECT_EQ(desk.ask("X01Y||00FREE99\n"), "Inv. 00FREE99|Civica|Inv. 00FREE99|Disponibile|||\n");
+    EXPECT_EQ(desk.ask("X||00FREE\n"), "Inv. 00FREE||Inv. 00FREENon posseduto||||\n")
+        << "a start beyond the end";
+}
+
+// Each line that fails says so, with its cause recorded, and the next one is answered.
+TEST_F(Availability, AFailureIsThatOfItsLine)
+{
+    struct Case
+    {
+        const char* what;
+        std::string damage, repair;
+        std::int32_t number;
+        const char* text;
+    };
+    const Case cases[] = {
+        {"a table is gone", "ALTER TABLE MOVIMENTI RENAME TO X", "ALTER TABLE X RENAME TO MOVIMENTI", 0,
+         "MOVIMENTI"},
+        {"a column is gone", "ALTER TABLE POSSEDUTO RENAME COLUMN STATO TO X",
+         "ALTER TABLE POSSEDUTO RENAME COLUMN X TO STATO", 0, ""},
+        {"the due date is none", "UPDATE MOVIMENTI SET DATA_SCAD='soon' WHERE INVENTARIO='LENT'",
+         "UPDATE MOVIMENTI SET DATA_SCAD='" + dayFromToday(1) + "' WHERE INVENTARIO='LENT'", 13,
+         "Type mismatch"},
+        {"no due date", "UPDATE MOVIMENTI SET DATA_SCAD=NULL WHERE INVENTARIO='LENT'",
+         "UPDATE MOVIMENTI SET DATA_SCAD='" + dayFromToday(1, "%m/%d/%Y") + "' WHERE INVENTARIO='LENT'", 13,
+         "Type mismatch"},
+    };
+    Client desk = opened();
+    for (const Case& c : cases) {
+        database.run(c.damage);
+        const std::string answer = desk.ask("01|A 1|LENT\n02||FREE\n");
+        const RecordedFailure failure = desk.failure();
+        EXPECT_EQ(answer, "Codice Bibl. 01|Coll. A 1, Inv. LENT|ERRORE: " + failure.description +
+                              "\nInv. FREE|Archivio|Inv. FREESenza prestiti||||\n")
+            << c.what;
+        EXPECT_EQ(failure.source, "VQLoan.SvrODBC.Make_LstDispo, 0") << c.what;
+        EXPECT_TRUE(c.number == 0 ? failure.number < 0 || failure.number > 31 : failure.number == c.number)
+            << c.what << ": " << failure.number;
+        EXPECT_NE(failure.description.find(c.text), std::string::npos)
+            << c.what << ": " << failure.description;
+        database.run(c.repair);
+        EXPECT_EQ(desk.ask("01||LENT\n"), "Inv. LENT|Civica|Inv. LENT|In prestito|29-02-2024|||\n") << c.what;
+    }
+}
+
+// Values that would end, extend or comment out the statement if they were not kept apart from it.
+TEST_F(Availability, NoValueChangesAStatement)
+{
+    const std::string hostile[] = {"' OR '1'='1",
+                                   "FREE' --",
+                                   "x'; DROP TABLE POSSEDUTO; --",
+                                   "''",
+                                   "'",
+                                   "\\'",
+                                   "FREE'/*",
+                                   "\"",
+                                   "[a",
+                                   "`",
+                                   "?1 :a @b $c",
+                                   "% _",
+                                   "\u4E2D\U0001F4D6",
+                                   std::string("FREE\0X", 6)};
+    Client desk = opened();
+    for (const std::string& value : hostile) {
+        const std::string number = "Inv. " + text::toUtf8(text::upper(text::fromUtf8(value)));
+        EXPECT_EQ(desk.ask("01||" + value + "\n"),
+                  readable(wire(number + "||" + number + "Non posseduto||||\n")));
+        EXPECT_EQ(desk.ask(value + "||FREE\n"), "Inv. FREE||Inv. FREENon posseduto||||\n") << value;
+    }
+    EXPECT_EQ(desk.ask("01||FREE\n"), "Inv. FREE|Civica|Inv. FREE|Disponibile|||\n") << "nothing was dropped";
+}
+
+TEST_F(Availability, DatesKeptAsText)
+{
+    database.run(
+        "DROP TABLE MOVIMENTI; CREATE TABLE MOVIMENTI (CODBIB, INVENTARIO, FLGCHIUSO, LIVSOLL INTEGER, "
+        "DATA_SCAD TEXT, DATA TEXT);"
+        "INSERT INTO MOVIMENTI VALUES ('01','LENT',NULL,0,'" +
+        dayFromToday(0) + " 10:30','2024-02-29T08:00:00')");
+    EXPECT_EQ(opened().ask("01||LENT\n"), "Inv. LENT|Civica|Inv. LENT|In prestito|29-02-2024|||\n");
+}
+
+TEST_F(Availability, WithoutAConnectionTheRecordIsEmpty)
+{
+    Client desk = opened();
+    desk.object->ShutDown();
+    EXPECT_EQ(desk.ask("01||FREE\n"), "Inv. FREE|01|Inv. FREE||\n");
+    EXPECT_EQ(opened().ask("01||\n"), "|01||||\n") << "nor without an inventory number";
+}
+
+// What a client cannot see: the library code stays shortened, and today's date decides.
+TEST_F(Availability, TheRecordItself)
+{
+    DispSvr svr;
+    svr.Conn = createConnection();
+    svr.Conn->Open(text::fromUtf8(connect), {}, {}, -1);
+    svr.TabMessa = {u"", u"3\tscaduto", u"4\tin prestito"};
+    svr.TabStati = {u""};
+    svr.InvStart = svr.BibStart = 1;
+    svr.BibLen = 2;
+    database.run("UPDATE MOVIMENTI SET DATA_SCAD='2024-03-01', DATA='2023-12-31' WHERE INVENTARIO='LENT'");
+    const double firstOfMarch = 45352;
+    for (const auto& [today, situation] : {std::pair(firstOfMarch - 1, u"in prestito\t31-12-2023\t"),
+                                           {firstOfMarch, u"in prestito\t31-12-2023\t"},
+                                           {firstOfMarch + 1, u"scaduto\t\t"}}) {
+        clock::setToday(today);
+        std::u16string library = u"01X";
+        EXPECT_EQ(svr.Make_LstDispo(u"LENT", library), std::u16string(u"Civica\t\t") + situation);
+        EXPECT_EQ(library, u"01");
+    }
+    clock::setToday({});
+
+    const std::u16string marker(1, failureMarker);
+    for (const auto& [start, length] : {std::pair<std::int16_t, std::int16_t>(0, 0), {-1, 2}, {1, -1}}) {
+        std::u16string library = u"01X";
+        svr.InvStart = start, svr.InvLen = length;
+        EXPECT_EQ(svr.Make_LstDispo(u"LENT", library), marker);
+        EXPECT_EQ(svr.ErrNumber(), 5);
+        EXPECT_EQ(library, u"01X") << "the number comes first";
+    }
+    svr.InvStart = 1, svr.InvLen = 0;
+    database.run("DROP TABLE POSSEDUTO");
+    std::u16string library = u"01X";
+    EXPECT_EQ(svr.Make_LstDispo(u"LENT", library), marker);
+    EXPECT_EQ(library, u"01") << "stays shortened";
+}
+
+} // namespace
+} // namespace vqloan::test

@@ -1,0 +1,255 @@
+// Opening the back ends: which settings are read, what is stored, and what survives a failure.
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+#include <sys/file.h>
+
+#include "Network.h"
+#include "Site.h"
+#include "component/DispSvr.h"
+#include "config/PositionPair.h"
+#include "platform/runtime/ApplicationInfo.h"
+
+namespace vqloan::test {
+namespace {
+
+constexpr const char* source = "VQLoan.SvrODBC.OpenDatabase, 0";
+
+class Opening : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        execute(schemaAndRows());
+        setenv("VQLOAN_TEST_DB", file.c_str(), 1);
+    }
+    void execute(const std::string& statements)
+    {
+        sqlite3* database = nullptr;
+        sqlite3_open(file.c_str(), &database);
+        EXPECT_EQ(sqlite3_exec(database, statements.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
+        sqlite3_close(database);
+    }
+    std::string server(const std::string& keys) const
+    {
+        return "[SERVER]\nCONNECT=Provider=SQLite;Data Source=§VQLOAN_TEST_DB§;\n" + keys + "\n" + messages;
+    }
+
+    Site site;
+    const std::filesystem::path file = site.directory / "library.db";
+};
+
+TEST_F(Opening, Kinds)
+{
+    site.settings(server(""));
+    site.hostParameters("codbib=01,AB,Centrale\n");
+    struct Case
+    {
+        Variant kind;
+        bool failed;
+        std::int16_t opened;
+    } const cases[] = {
+        {Variant(u" Sql2 "), false, 3}, {Variant(u"SQL 2"), false, 0},           {Variant(u""), false, 0},
+        {Variant(), false, 0},          {Variant(std::int32_t{7000}), false, 1}, {Variant(7000.0), false, 1},
+        {Variant(u"sql"), false, 2},    {Variant(u"\tSQL"), false, 0},           {Variant::null(), true, 0},
+    };
+    for (const Case& c : cases) {
+        Client client = site.client();
+        EXPECT_EQ(client.open(c.kind), c.failed);
+        EXPECT_EQ(client.kind(), c.opened) << text::toUtf8(c.failed ? u"Null" : c.kind.toText());
+        EXPECT_EQ(client.ownLibrary(), c.opened == 1 ? "00" : "");
+    }
+    EXPECT_EQ(site.client().failure().number, 94) << "Null is no text";
+}
+
+TEST_F(Opening, FailuresAndWhatTheyLeave)
+{
+    const std::string corrupt = site.directory / "corrupt.db", truncated = site.directory / "truncated.db",
+                      bare = site.directory / "bare.db", wrong = site.directory / "wrong.db";
+    write(corrupt, std::string(5000, 'x'));
+    write(truncated, read(file).substr(0, 5000));
+    const auto connect = [](const std::string& path) {
+        return "[SERVER]\nCONNECT=Provider=SQLite;Data Source=" + path + "\n";
+    };
+    for (const auto& [path, statement] :
+         {std::pair(bare, "CREATE TABLE X (Y)"),
+          {wrong, "CREATE TABLE TABBLOCCOMAT (CODBLOCMAT); INSERT INTO TABBLOCCOMAT VALUES (1)"}}) {
+        sqlite3* database = nullptr;
+        sqlite3_open(path.c_str(), &database);
+        sqlite3_exec(database, statement, nullptr, nullptr, nullptr);
+        sqlite3_close(database);
+    }
+    constexpr std::int32_t ofDatabase = 1, unresolved = -2147220991;
+    struct Case
+    {
+        const char* what;
+        const char* kind;
+        std::string settings;
+        std::int32_t number; // ofDatabase: a negative one
+        const char* text;
+        std::int16_t opened;
+    } const cases[] = {
+        {"no CLIENT.PAR", "7000", "", 53, "File not found", 1},
+        {"NUMMSG no number", "SQL", "[MESSAGGI]\nNUMMSG=many\n", 13, "Type mismatch", 2},
+        {"NUMMSG out of range", "SQL2", "[MESSAGGI]\nNUMMSG=32768\n", 6, "Overflow", 3},
+        {"ID empty", "SQL", "[CLIENT]\nID=\n", 13, "", 2},
+        {"TIMEOUT no number", "SQL", "[CLIENT]\nTIMEOUT=5s\n", 13, "", 2},
+        {"unknown placeholder", "SQL2", "[SERVER]\nCONNECT=DSN=§VQLOAN_TEST_NONE§\n", unresolved,
+         "§VQLOAN_TEST_NONE§", 3},
+        {"no name", "SQL2", "[SERVER]\nUSERNAME=§§\n", unresolved, "", 3},
+        {"COMMTIMEOUT no number", "SQL2", server("COMMTIMEOUT=x"), 13, "", 3},
+        {"INVENTARIO empty", "SQL2", server("INVENTARIO="), 9, "Subscript out of range", 3},
+        {"BIBLIOTECA out of range", "SQL2", server("BIBLIOTECA=1,40000"), 6, "", 3},
+        {"no provider", "SQL2", "[SERVER]\nCONNECT=Data Source=x\n", ofDatabase, "", 3},
+        {"unknown provider", "SQL2", "[SERVER]\nCONNECT=Provider=Other;Data Source=x\n", ofDatabase, "Other",
+         3},
+        {"no file", "SQL2", connect(site.directory / "none.db"), ofDatabase, "none.db", 3},
+        {"not a database", "SQL2", connect(corrupt), ofDatabase, "not a database", 3},
+        {"truncated", "SQL2", connect(truncated), ofDatabase, "", 3},
+        {"without TABBLOCCOMAT", "SQL2", connect(bare), ofDatabase, "TABBLOCCOMAT", 3},
+        {"without a column", "SQL2", connect(wrong), 3265, "MESSAGGIO", 3},
+    };
+    Client client = site.client();
+    for (const Case& c : cases) {
+        site.settings(c.settings);
+        EXPECT_TRUE(client.open(c.kind)) << c.what;
+        const RecordedFailure failure = client.failure();
+        EXPECT_TRUE(c.number == ofDatabase ? failure.number < 0 : failure.number == c.number)
+            << c.what << ": " << failure.number;
+        EXPECT_EQ(failure.source, source) << c.what;
+        EXPECT_NE(failure.description.find(c.text), std::string::npos)
+            << c.what << ": " << failure.description;
+        EXPECT_EQ(client.kind(), c.opened) << c.what;
+        EXPECT_EQ(client.ownLibrary(), "00") << "as the first open left it";
+        if (c.opened == 3 && c.settings.find("TABBLOCCOMAT") == std::string::npos)
+            EXPECT_TRUE(client.ask("01||FREE\n").find("Civica") == std::string::npos) << c.what;
+        site.settings(server("INVENTARIO=1"));
+        EXPECT_FALSE(client.open("SQL2")) << c.what << ": the next good open succeeds";
+        EXPECT_EQ(client.ask("01||FREE\n"), "Inv. FREE|Civica|Inv. FREE|Disponibile|||\n") << c.what;
+    }
+}
+
+TEST_F(Opening, ALockedDatabaseIsWaitedForAsLongAsConfigured)
+{
+    sqlite3* other = nullptr;
+    sqlite3_open(file.c_str(), &other);
+    ASSERT_EQ(sqlite3_exec(other, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr), SQLITE_OK);
+    site.settings(server("TIMEOUT=1"));
+    Client client = site.client();
+    EXPECT_TRUE(client.open("SQL2"));
+    EXPECT_NE(client.failure().description.find("locked"), std::string::npos) << client.failure().description;
+    sqlite3_close(other);
+    EXPECT_FALSE(client.open("SQL2"));
+}
+
+TEST_F(Opening, NoSecretIsRecorded)
+{
+    setenv("VQLOAN_TEST_SECRET", "hunter2", 1);
+    setenv("VQLOAN_TEST_WHERE", "/nowhere/secretplace.db", 1);
+    for (const char* keys :
+         {"CONNECT=Provider=SQLite;Data Source=§VQLOAN_TEST_WHERE§;Password=§VQLOAN_TEST_SECRET§\n",
+          "CONNECT=Provider=§VQLOAN_TEST_SECRET§\n",
+          "CONNECT=Provider=SQLite;Data Source=/none;§VQLOAN_TEST_SECRET§\n",
+          "CONNECT=Provider=SQLite;Data Source=/none\nUSERNAME=u\nPASSWORD=§VQLOAN_TEST_SECRET§\n"}) {
+        site.settings("[SERVER]\n" + std::string(keys));
+        Client client = site.client();
+        EXPECT_TRUE(client.open("SQL2"));
+        const std::string text = client.failure().description;
+        EXPECT_EQ(text.find("hunter2"), std::string::npos) << text;
+        EXPECT_EQ(text.find("secretplace"), std::string::npos) << text;
+    }
+}
+
+TEST_F(Opening, LibraryLines)
+{
+    const std::string ten =
+        "codbib=01,AA,Uno\ncodbib=02,AA,Due\ncodbib=03,AA,x\ncodbib=04,AA,x\ncodbib=05,AA,x\n"
+        "codbib=06,AA,x\ncodbib=07,AA,x\ncodbib=08,AA,x\ncodbib=09,AA,x\nCodBib=10;ZZ;Dieci\n";
+    struct Case
+    {
+        const char* what;
+        std::string lines;
+        bool failed;
+        const char *code, *name;
+    } const cases[] = {
+        {"group line", "XY=Chiusa\nCODBIB=01,XY,Centrale\n", false, "01", "**Centrale"},
+        {"no = in the line before", "XY Chiusa\nCODBIB=01,ZZ,Centrale\n", false, "01", "Centrale"},
+        {"the last group wins", "AA=x\ncodbib=01,AA,A\nBB=y\ncodbib=02,BB,B\ncodbib=03,AA,C\n", false, "02",
+         "**B"},
+        {"an earlier group", "", false, "03", "C"},
+        {"short line", "codbib=1", false, "1", ""},
+        {"rows behind the last keep what they held", "", false, "02", "**B"},
+        {"codes are exact", "", false, "02 ", ""},
+        {"ten", "ZZ=no\n" + ten, false, "10", "**Dieci"},
+        {"eleven", ten + "codbib=11,AA,x\n", true, "02", "Due"},
+    };
+    Client client = site.client();
+    for (const Case& c : cases) {
+        if (!c.lines.empty()) {
+            site.hostParameters(c.lines);
+            EXPECT_EQ(client.open("7000"), c.failed) << c.what;
+        }
+        EXPECT_EQ(client.testCodBib(c.code), c.name) << c.what;
+    }
+    EXPECT_EQ(client.failure().number, 9);
+    EXPECT_EQ(site.client().testCodBib(""), "**")
+        << "nothing loaded: row 1 is empty, and so is the skipped group";
+}
+
+// What clients cannot see of the settings, in the object's fields.
+TEST_F(Opening, Fields)
+{
+    ApplicationInfo::pretendFile((site.directory / "VQLoan.so").u16string());
+    DispSvr svr;
+    EXPECT_FALSE(svr.OpenDatabase(u"SQL")) << "no settings file: every default";
+    EXPECT_EQ(svr.ExchPath, u"");
+    EXPECT_EQ(svr.ClientId, 0);
+    EXPECT_EQ(svr.ClientTimeout, 5);
+    EXPECT_EQ(svr.TabMessa, (CodeTable{u"", u"1\t"}));
+
+    site.settings(
+        server("TIMEOUT= 2,5 "
+               "\nOPTIONS=16\nUSERNAME=§VQLOAN_TEST_DB§\nPASSWORD=a§b\nINVENTARIO=0,4,9\nBIBLIOTECA=2.5"));
+    EXPECT_FALSE(svr.OpenDatabase(u"SQL2"));
+    EXPECT_EQ(svr.ConnectStr, u"Provider=SQLite;Data Source=" + file.u16string() + u";");
+    EXPECT_EQ(std::tuple(svr.ConnTimeout, svr.CmdTimeout, svr.CursorLoc, svr.OpenOptions),
+              std::tuple(25, 0, 0, 16));
+    EXPECT_EQ(svr.UserName, file.u16string());
+    EXPECT_EQ(svr.Password, u"a§b");
+    EXPECT_EQ(std::tuple(svr.InvStart, svr.InvLen, svr.BibStart, svr.BibLen), std::tuple(1, 4, 2, 0));
+    EXPECT_EQ(svr.TabMessa.size(), 12u);
+    EXPECT_EQ(svr.TabStati[1], u"1\tIn restauro" + std::u16string(27, u' '));
+
+    const auto connection = svr.Conn;
+    site.settings(server("BIBLIOTECA=7,x\nINVENTARIO=5,40000"));
+    EXPECT_TRUE(svr.OpenDatabase(u"SQL2"));
+    EXPECT_EQ(std::tuple(svr.InvStart, svr.InvLen, svr.BibStart), std::tuple(5, 4, 2))
+        << "the fields read before";
+    EXPECT_EQ(svr.Conn, connection) << "no new connection";
+    site.hostParameters("");
+    EXPECT_FALSE(svr.OpenDatabase(u"7000"));
+    EXPECT_TRUE(svr.IsConnected()) << "another kind leaves the connection open";
+    site.settings("[SERVER]\nCONNECT=Provider=SQLite;Data Source=/nowhere.db\n");
+    EXPECT_TRUE(svr.OpenDatabase(u"SQL2"));
+    EXPECT_NE(svr.Conn, connection);
+    EXPECT_FALSE(svr.IsConnected());
+    EXPECT_EQ(svr.TabStati.size(), 4u) << "a failed open keeps the table";
+}
+
+TEST(PositionPair, Elements)
+{
+    struct Case
+    {
+        const char16_t* value;
+        std::int16_t start, length;
+    } const cases[] = {{u"5,4", 5, 4},     {u"0", 1, 8},  {u"x", 1, 8},   {u"2.5", 2, 8},
+                       {u"3.5,", 4, 0},    {u",3", 1, 3}, {u"-2", -2, 8}, {u" 1 2 ,&H1F", 12, 31},
+                       {u"1e1,7,9", 10, 7}};
+    for (const Case& c : cases) {
+        std::int16_t start = 0, length = 8;
+        settings::readPositionPair(c.value, settings::WhenEmpty::fail, start, length);
+        EXPECT_EQ(std::pair(start, length), std::pair(c.start, c.length)) << text::toUtf8(c.value);
+    }
+}
+
+} // namespace
+} // namespace vqloan::test
