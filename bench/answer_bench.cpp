@@ -95,7 +95,7 @@ int main(int argc, char** argv)
     database.TabStati = {u""};
 
     std::u16string handle, bid;
-    for (auto& [svr, code] : {std::pair(&database, equal), {&host, descending}}) {
+    for (const auto& [svr, code] : {std::pair<DispSvr*, Code>(&database, equal), {&host, descending}}) {
         const std::u16string buf = request(longest, code);
         const long before = peakKilobytes();
         const std::size_t size = svr->VisNre(handle, bid, buf).size();

@@ -133,7 +133,7 @@ inline std::string schemaAndRows(const std::string& dateType = "TIMESTAMP",
 
 // [MESSAGGI] of the site, "NUMMSG" and the rest.
 inline const std::string messages =
-    "[MESSAGGI]\nNUMMSG=11\n1=(stato) \n2=Disponibile\n3=Scaduto\n4=In prestito\n"
+    "[MESSAGGI]\nNUMMSG=11\n1=\"(stato) \"\n2=Disponibile\n3=Scaduto\n4=In prestito\n"
     "5=Senza collocazione\n6=Scartato\n7=Sollecitato\n8=Senza prestiti\n"
     "9=Nessuna risposta\n10=Non posseduto\n11=Fuori servizio\n";
 

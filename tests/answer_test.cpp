@@ -12,7 +12,8 @@ namespace {
 
 TEST(Answer, WithoutABackEnd)
 {
-    Client desk = Site().client();
+    Site site;
+    Client desk = site.client();
     EXPECT_EQ(desk.ask(""), "");
     EXPECT_EQ(desk.failure().number, 0);
     EXPECT_EQ(desk.ask("01|A|1"), "||\n");
@@ -44,14 +45,15 @@ TEST(Answer, LineCounter)
             request += line;
         return request;
     };
-    Client desk = Site().client();
+    Site site;
+    Client desk = site.client();
     EXPECT_EQ(desk.raw(lines(32766, "x\r\n")).size(), 32766u * 4);
     EXPECT_EQ(desk.raw(lines(32767, "x\r\n")), u"");
     EXPECT_EQ(desk.failure().number, 6);
     EXPECT_EQ(desk.failure().source, "SvrODBC.VisNre");
-    EXPECT_EQ(desk.raw(std::string(32765, 'x') + "\r\n"), u"\t\t\r\n")
-        << "the line's end is at the last position";
-    EXPECT_EQ(desk.raw(std::string(32767, 'x')), u"");
+    EXPECT_EQ(desk.raw(std::string(32764, 'x') + "\r\n"), u"\t\t\r\n")
+        << "what follows the line's end is at the last position";
+    EXPECT_EQ(desk.raw(std::string(32765, 'x') + "\r\n"), u"");
 }
 
 TEST(Fields, GetField)
@@ -97,8 +99,8 @@ TEST(Fields, PositionsAre16Bit)
     const auto x = [](std::size_t count) { return std::u16string(count, u'x'); };
     EXPECT_EQ(field(x(32766), 1), 32766u);
     EXPECT_THROW(field(x(32767), 1), RuntimeError) << "the end stands behind the last position";
-    EXPECT_EQ(field(x(32765) + u"\r\n" + x(90000), 1), 32765u) << "what follows may be long";
-    EXPECT_THROW(field(x(32766) + u"\r\n", 1), RuntimeError) << "to be cut behind the separator";
+    EXPECT_EQ(field(x(32764) + u"\r\n" + x(90000), 1), 32764u) << "what follows may be long";
+    EXPECT_THROW(field(x(32765) + u"\r\n", 1), RuntimeError) << "to be cut behind the separator";
     EXPECT_THROW(field(x(32765) + u"\r\n" + x(9), 3), RuntimeError) << "a search that runs off";
 
     CodeTable table(32768, u"9\tno");
@@ -132,12 +134,12 @@ TEST(OtherGroup, PlacesAndFailsAsTheTextWould)
 {
     std::mt19937 random(20);
     int overflows = 0;
-    for (int round = 0; round < 60; ++round) {
+    for (int round = 0; round < 10; ++round) {
         OtherGroup group;
         GroupAsText reference;
         const int keys = 1 + round % 7;
-        const std::size_t longest = 20 + static_cast<std::size_t>(random() % 3000);
-        for (int n = 1, own = 0; n < 400; ++n) {
+        const std::size_t longest = 500 + static_cast<std::size_t>(random() % 3000);
+        for (int n = 1, own = 0; n < 150; ++n) {
             if (random() % 10 == 0 && ++own) // an own-library line counts, but goes elsewhere
                 continue;
             const std::u16string key(1, static_cast<char16_t>(u'a' + random() % static_cast<unsigned>(keys)));
@@ -162,7 +164,7 @@ TEST(OtherGroup, PlacesAndFailsAsTheTextWould)
         ASSERT_EQ(text, reference.text) << round;
         ASSERT_EQ(group.size(), text.size());
     }
-    EXPECT_GT(overflows, 1000);
+    EXPECT_GT(overflows, 50);
 }
 
 } // namespace

@@ -34,7 +34,7 @@ class Availability : public testing::Test
 protected:
     void SetUp() override
     {
-        database.run(schemaAndRows());
+        database.run("BEGIN;" + schemaAndRows() + "COMMIT;");
         site.settings(databaseSettings(connect));
     }
     Client opened()
@@ -156,7 +156,7 @@ TEST_F(Availability, WithoutAConnectionTheRecordIsEmpty)
     Client desk = opened();
     desk.object->ShutDown();
     EXPECT_EQ(desk.ask("01||FREE\n"), "Inv. FREE|01|Inv. FREE||\n");
-    EXPECT_EQ(opened().ask("01||\n"), "|01||||\n") << "nor without an inventory number";
+    EXPECT_EQ(opened().ask("01||\n"), "|01|||\n") << "nor without an inventory number";
 }
 
 // What a client cannot see: the library code stays shortened, and today's date decides.

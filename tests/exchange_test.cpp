@@ -169,7 +169,7 @@ TEST_F(Host, Answers)
     for (const Case& c : cases) {
         const Responder host(files, c.reply);
         EXPECT_EQ(desk.ask("01||9"),
-                  c.answer == "~" ? "Codice Bibl. 01|Coll. , Inv. 9|rotto\n" : "Civica|" + c.answer + "|||\n")
+                  c.answer == "~" ? "Codice Bibl. 01|Coll. , Inv. 9|rotto\n" : "Civica|" + c.answer + "||\n")
             << c.what;
     }
 }
@@ -180,19 +180,19 @@ TEST_F(Host, OwnLibraryFirstOthersByName)
         whole(line + "\r\n")(line, file);
     });
     EXPECT_EQ(desk.ask("01|| 123456789\n02||1\n09||1\n00||1"),
-              "Centrale|WL,001|||\n"
+              "Centrale|WL,001||\n"
               "09|Disponibilità non verificabile|Opera non posseduta dalla biblioteca|\n"
               "Alfa|Disponibilità non verificabile|Non collegata|\n"
-              "Civica|WL,01456789|||\n");
+              "Civica|WL,01456789||\n");
     EXPECT_EQ(desk.ask("01||1\n01||2\n00||3\n00||4"),
-              "Centrale|WL,004|||\nCentrale|WL,003|||\nCivica|WL,011|||\nCivica|WL,012|||\n");
+              "Centrale|WL,004||\nCentrale|WL,003||\nCivica|WL,011||\nCivica|WL,012||\n");
     // A code is translated by the group column, row after row; capitals are no library line to the host call.
     configure("1", "40", "=", "codbib=AA,01,Alpha\ncodbib=BB,AA,Beta\ncodbib=01,xx,Civica\nCODBIB=02,BB,x\n");
     configure("1", "40", "XY=Qui", "codbib=AA,01,Alpha\ncodbib=BB,AA,Beta\ncodbib=01,xx,Civica\n");
-    EXPECT_EQ(desk.ask("01||1"), "Civica|WL,BB1|||\n");
+    EXPECT_EQ(desk.ask("01||1"), "Civica|WL,BB1||\n");
     configure("1", "40", "B=Qui", "codbib=AA,01,Alpha\ncodbib=BB,AA,Beta\ncodbib=01,xx,Civica\n");
     remove(request);
-    EXPECT_EQ(desk.ask("01||1"), "Civica|Qui|||\n");
+    EXPECT_EQ(desk.ask("01||1"), "Civica|Qui||\n");
     EXPECT_FALSE(exists(request)) << "answered without an exchange";
 }
 
@@ -231,7 +231,7 @@ TEST_F(Host, Failures)
         SetUp();
         c.damage();
         const std::size_t before = openDescriptors();
-        EXPECT_EQ(desk.ask("01||1"), "Civica|" + std::string(c.answer) + "|||\n") << c.what;
+        EXPECT_EQ(desk.ask("01||1"), "Civica|" + std::string(c.answer) + "||\n") << c.what;
         EXPECT_EQ(desk.failure().number, c.number) << c.what << ": " << desk.failure().description;
         EXPECT_EQ(desk.failure().source, "SvrODBC.Call7000") << c.what;
         EXPECT_EQ(openDescriptors(), before) << c.what;
@@ -259,8 +259,8 @@ TEST_F(Host, ACallDuringTheWait)
             entering.answer = entering.desk.ask("01||222222\n01||333333");
         },
         &second);
-    EXPECT_EQ(desk.ask("01||111111"), "Civica|WL,01111111|||\n");
-    EXPECT_EQ(second.answer, "Civica|WL,01222222|||\nCivica|WL,01333333|||\n");
+    EXPECT_EQ(desk.ask("01||111111"), "Civica|WL,01111111||\n");
+    EXPECT_EQ(second.answer, "Civica|WL,01222222||\nCivica|WL,01333333||\n");
 }
 
 } // namespace

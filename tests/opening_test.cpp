@@ -19,7 +19,7 @@ class Opening : public testing::Test
 protected:
     void SetUp() override
     {
-        execute(schemaAndRows());
+        execute("BEGIN;" + schemaAndRows() + "COMMIT;");
         setenv("VQLOAN_TEST_DB", file.c_str(), 1);
     }
     void execute(const std::string& statements)
@@ -84,7 +84,7 @@ TEST_F(Opening, FailuresAndWhatTheyLeave)
         const char* what;
         const char* kind;
         std::string settings;
-        std::int32_t number; // ofDatabase: a negative one
+        std::int32_t number; // ofDatabase: one that is not the runtime's
         const char* text;
         std::int16_t opened;
     } const cases[] = {
@@ -113,15 +113,14 @@ TEST_F(Opening, FailuresAndWhatTheyLeave)
         site.settings(c.settings);
         EXPECT_TRUE(client.open(c.kind)) << c.what;
         const RecordedFailure failure = client.failure();
-        EXPECT_TRUE(c.number == ofDatabase ? failure.number < 0 : failure.number == c.number)
+        EXPECT_TRUE(c.number == ofDatabase ? failure.number < 0 || failure.number > 1000
+                                           : failure.number == c.number)
             << c.what << ": " << failure.number;
         EXPECT_EQ(failure.source, source) << c.what;
         EXPECT_NE(failure.description.find(c.text), std::string::npos)
             << c.what << ": " << failure.description;
         EXPECT_EQ(client.kind(), c.opened) << c.what;
         EXPECT_EQ(client.ownLibrary(), "00") << "as the first open left it";
-        if (c.opened == 3 && c.settings.find("TABBLOCCOMAT") == std::string::npos)
-            EXPECT_TRUE(client.ask("01||FREE\n").find("Civica") == std::string::npos) << c.what;
         site.settings(server("INVENTARIO=1"));
         EXPECT_FALSE(client.open("SQL2")) << c.what << ": the next good open succeeds";
         EXPECT_EQ(client.ask("01||FREE\n"), "Inv. FREE|Civica|Inv. FREE|Disponibile|||\n") << c.what;

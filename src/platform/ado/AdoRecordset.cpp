@@ -57,8 +57,11 @@ void AdoRecordset::MoveNext()
 Field& AdoRecordset::Item(std::u16string_view name)
 {
     const auto column = running().columns().find(name);
-    if (!column)
-        throw failure(Misuse::ItemNotFound);
+    if (!column) {
+        RuntimeError error = failure(Misuse::ItemNotFound);
+        error.description.append(u" (").append(name).append(u")");
+        throw error;
+    }
     return field(*column);
 }
 
