@@ -36,12 +36,18 @@ const VARIANT& followVariant(const VARIANT& value) noexcept
     return value.vt == (VT_BYREF | VT_VARIANT) && value.pvarVal ? *value.pvarVal : value;
 }
 
+// Some headers of the system declare what is only read without const.
+VARIANTARG* readOnly(const VARIANT& value) noexcept
+{
+    return const_cast<VARIANTARG*>(&value);
+}
+
 Variant converted(const VARIANT& value, VARTYPE type)
 {
     if (followVariant(value).vt == VT_NULL)
         throw RuntimeError(Failure::InvalidUseOfNull);
     Variant result;
-    check(VariantChangeType(result.address(), &value, VARIANT_ALPHABOOL, type));
+    check(VariantChangeType(result.address(), readOnly(value), VARIANT_ALPHABOOL, type));
     return result;
 }
 
@@ -50,7 +56,7 @@ void assignThrough(VARIANT& argument, const Variant& value)
     if (!argument.byref)
         throw RuntimeError(Failure::TypeMismatch);
     if (argument.vt == (VT_BYREF | VT_VARIANT)) {
-        check(VariantCopy(argument.pvarVal, &value.get()));
+        check(VariantCopy(argument.pvarVal, readOnly(value.get())));
         return;
     }
     const auto type = static_cast<VARTYPE>(argument.vt & ~VT_BYREF);
@@ -125,13 +131,13 @@ Variant Variant::missing() noexcept
 Variant Variant::copyOf(const VARIANT& source)
 {
     Variant result;
-    check(VariantCopyInd(&result.value_, &source));
+    check(VariantCopyInd(&result.value_, readOnly(source)));
     return result;
 }
 
 Variant::Variant(const Variant& other) : Variant()
 {
-    check(VariantCopy(&value_, &other.value_));
+    check(VariantCopy(&value_, readOnly(other.value_)));
 }
 
 Variant::Variant(Variant&& other) noexcept : value_(other.release()) {}
@@ -193,7 +199,7 @@ void Variant::assign(VARIANT& argument, const Variant& value)
     if (argument.vt & VT_BYREF)
         assignThrough(argument, value);
     else
-        check(VariantCopy(&argument, &value.value_));
+        check(VariantCopy(&argument, readOnly(value.value_)));
 }
 
 } // namespace vqloan

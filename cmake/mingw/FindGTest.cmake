@@ -1,0 +1,11 @@
+# GoogleTest, built for Windows from the sources that Debian's libgtest-dev brings with it.
+set(GTest_FOUND FALSE)
+if(EXISTS /usr/src/googletest/googletest/src/gtest-all.cc)
+  if(NOT TARGET GTest::gtest)
+    add_library(gtest STATIC EXCLUDE_FROM_ALL /usr/src/googletest/googletest/src/gtest-all.cc)
+    target_include_directories(gtest SYSTEM PUBLIC /usr/src/googletest/googletest/include)
+    target_include_directories(gtest PRIVATE /usr/src/googletest/googletest)
+    add_library(GTest::gtest ALIAS gtest)
+  endif()
+  set(GTest_FOUND TRUE)
+endif()
