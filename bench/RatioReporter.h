@@ -22,7 +22,9 @@ public:
             if (run.run_type != Run::RT_Iteration || run.error_occurred)
                 continue;
             const auto items = run.counters.find("items_per_second");
-            const double seconds = run.real_accumulated_time / static_cast<double>(run.iterations);
+            const bool elapsed = run.run_name.time_type == "real_time";
+            const double seconds = (elapsed ? run.real_accumulated_time : run.cpu_accumulated_time) /
+                                   static_cast<double>(run.iterations);
             const std::string name = run.run_name.function_name;
             const auto slash = name.rfind('/');
             if (slash != std::string::npos)
