@@ -1,5 +1,7 @@
 #include "Answer.h"
 
+#include "platform/runtime/Text.h"
+
 namespace vqloan::client {
 
 namespace {
@@ -7,17 +9,18 @@ namespace {
 constexpr std::u16string_view failedCode = u"Codice Bibl. ";
 constexpr std::u16string_view notVerifiable = u"Disponibilità non verificabile";
 
-// The fields that are not empty, with `separator` between them.
+// The fields that are not empty, with `separator` between them. Status texts come padded with blanks.
 std::u16string join(const std::vector<std::u16string>& fields, std::size_t first,
                     std::u16string_view separator)
 {
     std::u16string all;
     for (std::size_t i = first; i < fields.size(); ++i) {
-        if (fields[i].empty())
+        const std::u16string_view field = text::trimRight(fields[i]);
+        if (field.empty())
             continue;
         if (!all.empty())
             all += separator;
-        all += fields[i];
+        all += field;
     }
     return all;
 }

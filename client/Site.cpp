@@ -42,15 +42,15 @@ Site::Site(const fs::path& directory)
 {
     if (!fs::is_directory(directory_))
         throw std::runtime_error("there is no directory " + directory_.string());
-    component_ = directory_ / componentName;
+    component_ = source_ = directory_ / componentName;
     if (fs::exists(component_))
         return;
-    const fs::path ours = program::file().parent_path() / componentName;
-    if (!fs::exists(ours))
-        throw std::runtime_error("there is neither " + component_.string() + " nor " + ours.string());
+    source_ = program::file().parent_path() / componentName;
+    if (!fs::exists(source_))
+        throw std::runtime_error("there is neither " + component_.string() + " nor " + source_.string());
     privateDirectory_ = makePrivateDirectory();
     component_ = privateDirectory_ / componentName;
-    fs::copy_file(ours, component_);
+    fs::copy_file(source_, component_);
     place(settings(), privateDirectory_);
     place(parameters(), privateDirectory_);
 }

@@ -25,15 +25,17 @@ public:
     Site& operator=(const Site&) = delete;
 
     const std::filesystem::path& directory() const noexcept { return directory_; }
-    // The file to load. `ownComponent`: it lies in the site's directory itself.
+    // The file to load.
     const std::filesystem::path& component() const noexcept { return component_; }
+    // Where that file comes from: the site's own directory, or this program's.
+    const std::filesystem::path& source() const noexcept { return source_; }
     bool ownComponent() const noexcept { return privateDirectory_.empty(); }
 
     std::filesystem::path settings() const { return directory_ / "SvrDisp.ini"; }
     std::filesystem::path parameters() const { return directory_ / "CLIENT.PAR"; }
 
 private:
-    std::filesystem::path directory_, privateDirectory_, component_;
+    std::filesystem::path directory_, privateDirectory_, component_, source_;
 };
 
 } // namespace vqloan::client

@@ -151,8 +151,8 @@ private:
     void files(const std::string& kind)
     {
         report_.section(u"Files", {u"File", u"Read from", u""});
-        report_.fact({u"component", site_.component().u16string(),
-                      site_.ownComponent() ? u"found" : u"lent: the site has none"});
+        report_.fact({u"component", site_.source().u16string(),
+                      site_.ownComponent() ? u"found" : u"the site has none of its own"});
         const fs::path file = kind == "7000" ? site_.parameters() : site_.settings();
         const bool found = fs::exists(file);
         report_.fact({u"settings", file.u16string(), found ? u"found" : u"MISSING"});

@@ -51,12 +51,14 @@ public:
             return failure(u"Richiesta non valida");
         if (!opened_)
             open();
-        const std::u16string block = component_.answer(library + u"\t\t" + inventory + u"\t\r\n");
-        const std::u16string record = recordOf(block);
-        // A database that went away may be back for the next question.
-        if (record.starts_with(u'\t') && block.starts_with(u"Codice Bibl. "))
+        const std::u16string line = component_.answer(library + u"\t\t" + inventory + u"\t\r\n");
+        const auto fields = split(line.substr(0, line.find(u"\r\n")), u"\t");
+        if (fields.size() < 5) {
+            // A failed line. A database that went away may be back for the next question.
             opened_ = false;
-        return record;
+            return failure(fields.size() == 3 ? fields[2] : u"Nessuna risposta");
+        }
+        return recordOf(fields, library);
     }
 
 private:
@@ -67,19 +69,16 @@ private:
             throw std::runtime_error("the database cannot be opened: " + component_.lastFailure().text());
     }
 
-    // The answer line is: copy, TAB, the record's first field, TAB, copy, the record's rest, TAB, TAB.
-    static std::u16string recordOf(std::u16string_view block)
+    // The fields are: copy, the record's first, copy with the record's second, the record's others, two empty
+    // ones.
+    static std::u16string recordOf(const std::vector<std::u16string>& fields, const std::u16string& library)
     {
-        const auto line = block.substr(0, block.find(u"\r\n"));
-        const auto fields = split(line, u"\t");
-        if (fields.size() < 3)
-            return failure(u"Nessuna risposta");
-        // Without shelf mark and note the copy is "Inv. " and its number, or nothing: no answered line begins
-        // so.
-        if (fields[0].starts_with(u"Codice Bibl. "))
-            return failure(fields[2]);
-        const auto rest = line.substr(2 * fields[0].size() + fields[1].size() + 2);
-        return fields[1] + u'\t' + std::u16string(rest.substr(0, rest.size() - 2));
+        // The record of a copy that is not held has an empty first field, which would make it a failure here.
+        std::u16string record = fields[1].empty() ? library : fields[1];
+        record += u'\t' + fields[2].substr(fields[0].size());
+        for (std::size_t i = 3; i + 2 < fields.size(); ++i)
+            record += u'\t' + fields[i];
+        return record;
     }
 
     Component component_;

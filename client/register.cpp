@@ -13,10 +13,10 @@ namespace {
 // Only a component that stays where it is can be registered.
 void requireOwnComponent(const Site& site)
 {
-    const auto ours = program::file().parent_path() / componentName;
     if (!site.ownComponent())
         throw std::runtime_error("there is no component in " + site.directory().string() +
-                                 "; put one there: cp " + ours.string() + " " + site.directory().string());
+                                 "; put one there: cp " + site.source().string() + " " +
+                                 site.directory().string());
 }
 
 void add(CLI::App& program, int& status, const char* name, const char* description, const char* done,
