@@ -318,11 +318,12 @@ TEST(Connection, SaysWhyItCannotOpen)
         {u"", connectionFailed, u"Provider=, DSN= or Driver= is missing"},
         {u"Provider=Oracle;Data Source=x", 3706, u"Provider=Oracle"},
     };
-    for (const auto& [text, number, says] : cases) {
+    for (const auto& refused : cases) {
         const auto connection = createConnection();
-        const RuntimeError error = failureOf([&] { connection->Open(text, u"", u"", -1); });
-        EXPECT_EQ(error.number, number) << text::toUtf8(text);
-        EXPECT_NE(error.description.find(says), error.description.npos) << text::toUtf8(error.description);
+        const RuntimeError error = failureOf([&] { connection->Open(refused.text, u"", u"", -1); });
+        EXPECT_EQ(error.number, refused.number) << text::toUtf8(refused.text);
+        EXPECT_NE(error.description.find(refused.says), error.description.npos)
+            << text::toUtf8(error.description);
         EXPECT_EQ(error.description.find(u"secret"), error.description.npos);
         EXPECT_EQ(connection->State(), ado::stateClosed);
         connection->Open(good.connectionText(), u"", u"", -1);
