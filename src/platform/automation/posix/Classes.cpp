@@ -96,6 +96,8 @@ public:
         return S_OK;
     }
 
+    // A thread on its way out of a component's last Release still runs the component's code, which no count
+    // can tell: it is for the caller to see to that there is none.
     void unloadUnused()
     {
         std::vector<std::shared_ptr<Library>>
