@@ -1,12 +1,11 @@
 // The component as its clients meet it: a loaded file with four entry points.
 #pragma once
 
-#include <dlfcn.h>
-
 #include <filesystem>
 #include <stdexcept>
 #include <string>
 
+#include "System.h"
 #include "component/face/DispSvrInterface.h"
 #include "platform/automation/ComPtr.h"
 
@@ -18,15 +17,7 @@ class Component
 {
 public:
     // Throws std::runtime_error when the file cannot be loaded.
-    explicit Component(const std::filesystem::path& file = COMPONENT_FILE)
-        : library_(dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL))
-    {
-        if (!library_)
-            throw std::runtime_error(dlerror());
-    }
-    ~Component() { dlclose(library_); }
-    Component(const Component&) = delete;
-    Component& operator=(const Component&) = delete;
+    explicit Component(const std::filesystem::path& file = COMPONENT_FILE) : file_(file) {}
 
     // A new object. Throws std::runtime_error when there is none.
     ComPtr<_DispSvr> create() const
@@ -59,13 +50,13 @@ private:
     }
     template <class Function> Function entry(const char* name) const
     {
-        void* const address = dlsym(library_, name);
+        void* const address = file_.entry(name);
         if (!address)
             throw std::runtime_error(std::string("no entry point ") + name);
         return reinterpret_cast<Function>(address);
     }
 
-    void* library_;
+    LoadedFile file_;
 };
 
 } // namespace vqloan::test

@@ -1,13 +1,9 @@
-// The other end of an exchange as a process of its own: it takes each request file and answers as the case
-// says.
+// The other end of an exchange: it takes each request file and answers as the case says.
 #pragma once
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <chrono>
-#include <csignal>
 #include <functional>
+#include <system_error>
 #include <thread>
 
 #include "Site.h"
@@ -21,35 +17,20 @@ public:
     using Reply = std::function<void(const std::string& request, const std::filesystem::path& answerFile)>;
 
     // `name` without an extension.
-    Responder(const std::filesystem::path& name, const Reply& reply) : process_(fork())
-    {
-        if (process_ == 0)
-            serve(name, reply);
-    }
-    ~Responder()
-    {
-        kill(process_, SIGKILL);
-        waitpid(process_, nullptr, 0);
-    }
-    Responder(const Responder&) = delete;
-    Responder& operator=(const Responder&) = delete;
+    Responder(std::filesystem::path name, const Reply& reply)
+        : counterpart_(
+              [request = name.replace_extension(".CL1"), answer = name.replace_extension(".CL2"), reply] {
+                  const std::string line = read(request);
+                  std::error_code kept; // a request cannot be removed while its writer holds it
+                  // It goes so that an equal request is seen as the next one.
+                  if (line.ends_with("\r\n") && std::filesystem::remove(request, kept))
+                      reply(line.substr(0, line.size() - 2), answer);
+                  std::this_thread::sleep_for(std::chrono::microseconds(200));
+              })
+    {}
 
 private:
-    [[noreturn]] static void serve(std::filesystem::path name, const Reply& reply)
-    {
-        const auto request = name.replace_extension(".CL1");
-        const auto answer = name.replace_extension(".CL2");
-        for (;;) {
-            const std::string line = read(request);
-            if (line.ends_with("\r\n")) {
-                std::filesystem::remove(request); // so that an equal request is seen as the next one
-                reply(line.substr(0, line.size() - 2), answer);
-            }
-            std::this_thread::sleep_for(std::chrono::microseconds(200));
-        }
-    }
-
-    pid_t process_;
+    Counterpart counterpart_;
 };
 
 // Replies.

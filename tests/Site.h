@@ -2,7 +2,6 @@
 // client of it. Texts are UTF-8 here.
 #pragma once
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -19,13 +18,7 @@ namespace vqloan::test {
 class ScratchDirectory
 {
 public:
-    ScratchDirectory()
-    {
-        std::string name = (std::filesystem::temp_directory_path() / "vqloan-XXXXXX").string();
-        if (!mkdtemp(name.data()))
-            throw std::runtime_error("no scratch directory");
-        path_ = name;
-    }
+    ScratchDirectory() = default;
     ~ScratchDirectory()
     {
         std::error_code ignored;
@@ -38,7 +31,7 @@ public:
     const std::filesystem::path& path() const { return path_; }
 
 private:
-    std::filesystem::path path_;
+    std::filesystem::path path_ = newScratchDirectory();
 };
 
 inline void write(const std::filesystem::path& file, const std::string& bytes)
@@ -143,7 +136,7 @@ private:
 class Site
 {
 public:
-    Site() { std::filesystem::copy_file(COMPONENT_FILE, directory / "VQLoan.so"); }
+    Site() { std::filesystem::copy_file(COMPONENT_FILE, directory / componentName); }
 
     void settings(const std::string& ini) const { write(directory / "SvrDisp.ini", ini); }
     // Lines as in the file, ended by "\n" here.
@@ -152,7 +145,7 @@ public:
     Client client()
     {
         if (!component_)
-            component_ = std::make_unique<Component>(directory / "VQLoan.so");
+            component_ = std::make_unique<Component>(directory / componentName);
         return Client(component_->create());
     }
 
