@@ -1,20 +1,45 @@
-// The subcommands. Each adds itself to the program's command line; when it is chosen it runs, throws
-// std::exception for what it cannot do, and leaves the program's exit status.
+// The subcommands: what each is told, and what it does. Each gives the program's exit status, and throws
+// std::exception for what it cannot do at all. How they are said at the command line is in vqloan.cpp.
 #pragma once
 
-#include <CLI/CLI.hpp>
+#include <optional>
+#include <string>
 
 namespace vqloan::client {
 
-void addAsk(CLI::App& program, int& status);
-void addCheck(CLI::App& program, int& status);
-void addGateway(CLI::App& program, int& status);
-void addHost(CLI::App& program, int& status);
-void addRegister(CLI::App& program, int& status); // and unregister
-
-// Exit statuses.
+// Exit statuses; what a subcommand throws ends in `nothingDone`.
 inline constexpr int allWell = 0;
 inline constexpr int someFailed = 1;
 inline constexpr int nothingDone = 2;
+
+struct AskOptions
+{
+    std::string kind, site;
+    std::optional<std::string> own; // the own library, where it is not the back end's own choice
+    std::string format;             // "table", "raw", "json"; empty: a table on a terminal, else raw
+    std::string file;               // empty or "-": standard input
+    std::string library, shelf, inventory, note; // one copy, instead of a file
+};
+int ask(const AskOptions& options);
+
+struct CheckOptions
+{
+    std::string kind, site;
+};
+int check(const CheckOptions& options);
+
+struct ServeOptions
+{
+    std::string site;
+    std::string exchange; // empty: the site's own exchange directory
+    std::string table;    // the host's
+    int delay = 0;        // milliseconds
+    bool verbose = false;
+};
+int gateway(const ServeOptions& options);
+int host(const ServeOptions& options);
+
+int registerClass(const std::string& site);
+int unregisterClass(const std::string& site);
 
 } // namespace vqloan::client

@@ -18,12 +18,6 @@ namespace vqloan::client {
 
 namespace {
 
-struct Question
-{
-    std::string kind, site, file, library, shelf, inventory, note, format;
-    std::optional<std::string> own;
-};
-
 struct Counts
 {
     std::size_t answered = 0, skipped = 0, failed = 0;
@@ -52,13 +46,13 @@ std::string readAll(const std::string& file)
 }
 
 // Empty lines are passed over.
-std::vector<std::u16string> requestLines(const Question& question)
+std::vector<std::u16string> requestLines(const AskOptions& options)
 {
-    const bool single = !(question.library + question.shelf + question.inventory + question.note).empty();
+    const bool single = !(options.library + options.shelf + options.inventory + options.note).empty();
     if (single)
-        return {text::fromUtf8(question.library + '\t' + question.shelf + '\t' + question.inventory + '\t' +
-                               question.note)};
-    std::string bytes = readAll(question.file);
+        return {text::fromUtf8(options.library + '\t' + options.shelf + '\t' + options.inventory + '\t' +
+                               options.note)};
+    std::string bytes = readAll(options.file);
     if (!text::isUtf8(bytes))
         throw std::runtime_error("the request is not UTF-8");
     if (bytes.starts_with("\xEF\xBB\xBF"))
@@ -264,19 +258,21 @@ Counts askInBlocks(Component& component, Kind kind, const std::vector<std::u16st
     return counts;
 }
 
-int ask(const Question& question)
-{
-    const auto requests = requestLines(question);
-    const Kind kind = kindOf(question.kind);
-    const Site site(question.site);
-    Component component(site);
-    if (!component.open(question.kind))
-        throw std::runtime_error("the back end cannot be opened: " + component.lastFailure().text() +
-                                 "\n`vqloan check --kind " + question.kind + "` tells what to do about it");
-    if (question.own)
-        component.setOwnLibrary(*question.own);
+} // namespace
 
-    std::string format = question.format;
+int ask(const AskOptions& options)
+{
+    const auto requests = requestLines(options);
+    const Kind kind = kindOf(options.kind);
+    const Site site(options.site);
+    Component component(site);
+    if (!component.open(options.kind))
+        throw std::runtime_error("the back end cannot be opened: " + component.lastFailure().text() +
+                                 "\n`vqloan check --kind " + options.kind + "` tells what to do about it");
+    if (options.own)
+        component.setOwnLibrary(*options.own);
+
+    std::string format = options.format;
     if (format.empty())
         format = program::terminalColumns(program::Stream::output) > 0 ? "table" : "raw";
     Counts counts;
@@ -288,38 +284,6 @@ int ask(const Question& question)
         counts = askEach(component, kind, requests, *printer);
     }
     return counts.failed == 0 ? allWell : someFailed;
-}
-
-} // namespace
-
-void addAsk(CLI::App& program, int& status)
-{
-    const auto question = std::make_shared<Question>();
-    CLI::App* const command = program.add_subcommand("ask", "Ask whether copies can be had");
-    command
-        ->add_option("--kind", question->kind, "The back end: SQL2 (database), SQL (gateway) or 7000 (host)")
-        ->required()
-        ->check(CLI::IsMember({"SQL2", "SQL", "7000"}, CLI::ignore_case));
-    command->add_option("--site", question->site,
-                        "Directory of SvrDisp.ini and CLIENT.PAR; that of this program");
-    command->add_option("--own", question->own, "The own library, whose lines the component answers first");
-    command->add_option("--format", question->format, "table (on a terminal), raw (elsewhere) or json")
-        ->check(CLI::IsMember({"table", "raw", "json"}));
-    auto* const file =
-        command->add_option("FILE", question->file,
-                            "Request lines in UTF-8: library, shelf mark, inventory number and note "
-                            "with TABs between; standard input when left out or -");
-    auto* const one = command->add_option_group("One copy");
-    one->add_option("--library", question->library, "Library code")->excludes(file);
-    one->add_option("--shelf", question->shelf, "Shelf mark")->excludes(file);
-    one->add_option("--inventory", question->inventory, "Inventory number")->excludes(file);
-    one->add_option("--note", question->note, "Note")->excludes(file);
-    command->footer("Examples:\n"
-                    "  vqloan ask --kind SQL2 --site /srv/site --library 01 --inventory 00000123\n"
-                    "  vqloan ask --kind 7000 --format json requests.txt\n"
-                    "  printf '01\\t853 ECO\\t00000123\\t\\n' | vqloan ask --kind SQL\n"
-                    "Exit status: 0 all lines answered, 1 some lines failed, 2 nothing could be asked.");
-    command->callback([question, &status] { status = ask(*question); });
 }
 
 } // namespace vqloan::client

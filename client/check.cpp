@@ -29,7 +29,7 @@ using settings::placeholderSign;
 
 std::u16string inQuotes(std::u16string_view text)
 {
-    return u"\"" + std::u16string(text) + u"\"";
+    return std::u16string(u"\"").append(text).append(u"\"");
 }
 std::u16string decimal(std::size_t number)
 {
@@ -111,7 +111,9 @@ bool isPair(const std::u16string& value, bool mayBeEmpty)
 
 void appendTo(std::u16string& list, std::u16string_view item)
 {
-    list += (list.empty() ? u"" : u", ") + std::u16string(item);
+    if (!list.empty())
+        list += u", ";
+    list += item;
 }
 
 // A connection text with its passwords made unreadable; placeholders stay names.
@@ -122,7 +124,9 @@ std::u16string withoutPasswords(const std::u16string& connection)
         const auto sign = part.find(u'=');
         const std::u16string key = text::upper(text::trim(std::u16string_view(part).substr(0, sign)));
         const bool secret = sign != part.npos && (key == u"PASSWORD" || key == u"PWD");
-        shown += (shown.empty() ? u"" : u";") + (secret ? part.substr(0, sign + 1) + u"********" : part);
+        if (!shown.empty())
+            shown += u';';
+        shown += secret ? part.substr(0, sign + 1).append(u"********") : part;
     }
     return shown;
 }
@@ -177,7 +181,7 @@ private:
             report_.fact(
                 {text::fromUtf8(key.section), text::fromUtf8(key.key), shown, written ? u"" : u"default"});
 
-            const std::u16string name = text::fromUtf8("[" + std::string(key.section) + "] " + key.key);
+            const std::u16string name = text::fromUtf8(std::string("[").append(key.section) + "] " + key.key);
             if (key.form == Form::number && !isNumber(value))
                 report_.finding(name + u" is not a number: " + inQuotes(value) + u".",
                                 u"Write a whole number, or take the line out for " +
@@ -452,31 +456,13 @@ private:
 
 } // namespace
 
-void addCheck(CLI::App& program, int& status)
+int check(const CheckOptions& options)
 {
-    struct Options
-    {
-        std::string kind, site;
-    };
-    const auto options = std::make_shared<Options>();
-    CLI::App* const command = program.add_subcommand("check", "Tell what is wrong with a site's settings");
-    command
-        ->add_option("--kind", options->kind, "The back end: SQL2 (database), SQL (gateway) or 7000 (host)")
-        ->required()
-        ->check(CLI::IsMember({"SQL2", "SQL", "7000"}, CLI::ignore_case));
-    command->add_option("--site", options->site,
-                        "Directory of SvrDisp.ini and CLIENT.PAR; that of this program");
-    command->footer("Example:\n"
-                    "  vqloan check --kind SQL2 --site /srv/site\n"
-                    "Passwords and what placeholders stand for are not shown.\n"
-                    "Exit status: 0 nothing found, 1 there are findings, 2 nothing could be checked.");
-    command->callback([options, &status] {
-        const Site site(options->site);
-        const Report report = Checker(site).run(options->kind);
-        const int columns = program::terminalColumns(program::Stream::output);
-        report.print(std::cout, columns > 0 ? static_cast<std::size_t>(columns) : 80);
-        status = report.clean() ? allWell : someFailed;
-    });
+    const Site site(options.site);
+    const Report report = Checker(site).run(options.kind);
+    const int columns = program::terminalColumns(program::Stream::output);
+    report.print(std::cout, columns > 0 ? static_cast<std::size_t>(columns) : 80);
+    return report.clean() ? allWell : someFailed;
 }
 
 } // namespace vqloan::client

@@ -14,17 +14,10 @@ namespace vqloan::client {
 
 namespace {
 
-struct Options
-{
-    std::string site, exchange;
-    int delay = 0;
-    bool verbose = false;
-};
-
 // An answer that starts with a TAB is a failure; the rest is its message.
 std::u16string failure(std::u16string_view message)
 {
-    return u"\t" + std::u16string(message);
+    return std::u16string(u"\t").append(message);
 }
 
 // "WL,inventory,library": nothing in it is escaped, so a comma in the inventory number is only found by
@@ -85,7 +78,9 @@ private:
     bool opened_ = false;
 };
 
-void serve(const Options& options)
+} // namespace
+
+int gateway(const ServeOptions& options)
 {
     const Site site(options.site);
     const std::string path =
@@ -104,31 +99,7 @@ void serve(const Options& options)
             }
         },
         options.verbose);
-}
-
-} // namespace
-
-void addGateway(CLI::App& program, int& status)
-{
-    const auto options = std::make_shared<Options>();
-    CLI::App* const command =
-        program.add_subcommand("gateway", "Answer an exchange directory from the database");
-    command->add_option("--site", options->site,
-                        "Directory of SvrDisp.ini, for the database; that of this program");
-    command->add_option("--exchange", options->exchange,
-                        "The exchange directory; [CONFIG] PATH of SvrDisp.ini");
-    command->add_option("--delay", options->delay, "Milliseconds before an answer, as of a slow gateway")
-        ->check(CLI::NonNegativeNumber);
-    command->add_flag("-v,--verbose", options->verbose, "Show each request and its answer");
-    command->footer(
-        "Example:\n"
-        "  vqloan gateway --site /srv/site --verbose\n"
-        "Serves every client number until it gets SIGTERM or SIGINT. Requests that lie there when it\n"
-        "starts are dropped.");
-    command->callback([options, &status] {
-        serve(*options);
-        status = allWell;
-    });
+    return allWell;
 }
 
 } // namespace vqloan::client

@@ -19,13 +19,6 @@ namespace vqloan::client {
 
 namespace {
 
-struct Options
-{
-    std::string site, exchange, table;
-    int delay = 0;
-    bool verbose = false;
-};
-
 class HostTable
 {
 public:
@@ -67,7 +60,9 @@ private:
     std::map<std::u16string, std::u16string> answers_; // by library code and inventory number
 };
 
-void serve(const Options& options)
+} // namespace
+
+int host(const ServeOptions& options)
 {
     const HostTable table(options.table);
     Exchange exchange(options.exchange.empty() ? Parameters(Site(options.site)).exchangeDirectory()
@@ -76,34 +71,7 @@ void serve(const Options& options)
     exchange.serve([&table](std::u16string_view request,
                             bool whole) { return whole ? table.answer(request) : u"Richiesta non valida"; },
                    options.verbose);
-}
-
-} // namespace
-
-void addHost(CLI::App& program, int& status)
-{
-    const auto options = std::make_shared<Options>();
-    CLI::App* const command =
-        program.add_subcommand("host", "Answer an exchange directory from a table file");
-    command
-        ->add_option("TABLE", options->table,
-                     "Lines of library code, inventory number and answer, TABs between")
-        ->required();
-    command->add_option("--site", options->site, "Directory of CLIENT.PAR; that of this program");
-    command->add_option("--exchange", options->exchange,
-                        "The exchange directory; that of line 3 of CLIENT.PAR");
-    command->add_option("--delay", options->delay, "Milliseconds before an answer, as of a slow host")
-        ->check(CLI::NonNegativeNumber);
-    command->add_flag("-v,--verbose", options->verbose, "Show each request and its answer");
-    command->footer(
-        "Example:\n"
-        "  vqloan host --site /srv/site copies.txt\n"
-        "An inventory number * answers for the rest of a library, and a library code * with it for all\n"
-        "others. Serves every client number until it gets SIGTERM or SIGINT.");
-    command->callback([options, &status] {
-        serve(*options);
-        status = allWell;
-    });
+    return allWell;
 }
 
 } // namespace vqloan::client

@@ -19,29 +19,25 @@ void requireOwnComponent(const Site& site)
                                  site.directory().string());
 }
 
-void add(CLI::App& program, int& status, const char* name, const char* description, const char* done,
-         void (Component::*action)() const)
+int change(const std::string& directory, const char* done, void (Component::*action)() const)
 {
-    const auto directory = std::make_shared<std::string>();
-    CLI::App* const command = program.add_subcommand(name, description);
-    command->add_option("--site", *directory,
-                        "Directory of the component and its settings; that of this program");
-    command->callback([=, &status] {
-        const Site site(*directory);
-        requireOwnComponent(site);
-        (Component(site).*action)();
-        std::cout << done << site.component().string() << '\n';
-        status = allWell;
-    });
+    const Site site(directory);
+    requireOwnComponent(site);
+    (Component(site).*action)();
+    std::cout << done << site.component().string() << '\n';
+    return allWell;
 }
 
 } // namespace
 
-void addRegister(CLI::App& program, int& status)
+int registerClass(const std::string& site)
 {
-    add(program, status, "register", "Let clients find the class VQLoan.DispSvr by its name", "Registered ",
-        &Component::registerComponent);
-    add(program, status, "unregister", "Take that back", "Unregistered ", &Component::unregisterComponent);
+    return change(site, "Registered ", &Component::registerComponent);
+}
+
+int unregisterClass(const std::string& site)
+{
+    return change(site, "Unregistered ", &Component::unregisterComponent);
 }
 
 } // namespace vqloan::client

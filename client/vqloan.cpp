@@ -1,4 +1,7 @@
-// vqloan: asks, checks and serves at the command line.
+// vqloan: asks, checks and serves at the command line. Each subcommand stands in a file of its own; here is
+// how it is said.
+#include <CLI/CLI.hpp>
+
 #include <iostream>
 
 #include "Commands.h"
@@ -6,20 +9,138 @@
 
 using namespace vqloan::client;
 
+namespace {
+
+void addKind(CLI::App* command, std::string& kind)
+{
+    command->add_option("--kind", kind, "Back end: SQL2 (database), SQL (gateway), 7000 (host)")
+        ->required()
+        ->type_name("KIND")
+        ->transform(CLI::IsMember({"SQL2", "SQL", "7000"}, CLI::ignore_case).description(""));
+}
+
+void addSite(CLI::App* command, std::string& site)
+{
+    command->add_option("--site", site, "Directory of the settings (default: that of vqloan)")
+        ->type_name("DIR");
+}
+
+CLI::App* addAsk(CLI::App& program, AskOptions& options)
+{
+    CLI::App* const command = program.add_subcommand("ask", "Ask whether copies can be had");
+    addKind(command, options.kind);
+    addSite(command, options.site);
+    command->add_option("--own", options.own, "Own library, answered first in raw text")->type_name("CODE");
+    command->add_option("--format", options.format, "table (on a terminal), raw (elsewhere), json")
+        ->type_name("FORMAT")
+        ->check(CLI::IsMember({"table", "raw", "json"}).description(""));
+    auto* const file =
+        command->add_option("FILE", options.file, "Request lines in UTF-8 (default: standard input)")
+            ->type_name("");
+    const auto add = [&](const char* name, std::string& value, const char* description) {
+        command->add_option(name, value, description)
+            ->type_name("TEXT")
+            ->group("One copy, without FILE")
+            ->excludes(file);
+    };
+    add("--library", options.library, "Library code");
+    add("--shelf", options.shelf, "Shelf mark");
+    add("--inventory", options.inventory, "Inventory number");
+    add("--note", options.note, "Note");
+    command->footer("A request line is: library code, shelf mark, inventory number, note, with TABs\n"
+                    "between. Empty lines are passed over.\n\n"
+                    "Examples:\n"
+                    "  vqloan ask --kind SQL2 --site /srv/vqloan --library 01 --inventory KA000002\n"
+                    "  vqloan ask --kind 7000 --site /srv/vqloan --format json requests.txt\n"
+                    "  printf '01\\t853 CAL\\tKA000009\\t\\n' | vqloan ask --kind SQL --site /srv/vqloan\n\n"
+                    "Exit status: 0 all lines answered, 1 some failed, 2 nothing could be asked.");
+    return command;
+}
+
+CLI::App* addCheck(CLI::App& program, CheckOptions& options)
+{
+    CLI::App* const command = program.add_subcommand("check", "Tell what is wrong with a site's settings");
+    addKind(command, options.kind);
+    addSite(command, options.site);
+    command->footer("Passwords, and what placeholders stand for, are not shown.\n\n"
+                    "Example:\n"
+                    "  vqloan check --kind SQL2 --site /srv/vqloan\n\n"
+                    "Exit status: 0 nothing found, 1 there are findings, 2 nothing could be checked.");
+    return command;
+}
+
+void addServing(CLI::App* command, ServeOptions& options, const char* byDefault)
+{
+    addSite(command, options.site);
+    command
+        ->add_option("--exchange", options.exchange,
+                     std::string("Exchange directory (default: ") + byDefault + ")")
+        ->type_name("DIR");
+    command->add_option("--delay", options.delay, "Time before an answer, as of a slow system")
+        ->type_name("MS")
+        ->check(CLI::NonNegativeNumber.description(""));
+    command->add_flag("-v,--verbose", options.verbose, "Show each request and its answer");
+}
+
+CLI::App* addGateway(CLI::App& program, ServeOptions& options)
+{
+    CLI::App* const command =
+        program.add_subcommand("gateway", "Answer the clients of kind SQL from a database");
+    addServing(command, options, "[CONFIG] PATH");
+    command->footer("Serves every client number until SIGTERM or SIGINT. The database is that of the site's\n"
+                    "SvrDisp.ini. Requests that lie there at the start are dropped.\n\n"
+                    "Example:\n"
+                    "  vqloan gateway --site /srv/vqloan --verbose");
+    return command;
+}
+
+CLI::App* addHost(CLI::App& program, ServeOptions& options)
+{
+    CLI::App* const command =
+        program.add_subcommand("host", "Answer the clients of kind 7000 from a table file");
+    addServing(command, options, "line 3 of CLIENT.PAR");
+    command->add_option("TABLE", options.table, "The table file")->required()->type_name("");
+    command->footer(
+        "Serves every client number until SIGTERM or SIGINT. A line of the table is: library code,\n"
+        "inventory number, answer, with TABs between. An inventory number * stands for the rest of\n"
+        "a library, and a library code * with it for all others.\n\n"
+        "Example:\n"
+        "  vqloan host --site /srv/vqloan /srv/vqloan/host.txt");
+    return command;
+}
+
+CLI::App* addRegistration(CLI::App& program, const char* name, const char* description, std::string& site)
+{
+    CLI::App* const command = program.add_subcommand(name, description);
+    addSite(command, site);
+    return command;
+}
+
+} // namespace
+
 int main(int argc, char** argv)
 {
-    CLI::App program{"Whether copies can be had from the libraries of a network."};
+    CLI::App program{"Tells whether copies can be had from the libraries of a network."};
     program.name("vqloan");
     program.set_version_flag("--version", "vqloan " VQLOAN_VERSION);
     program.require_subcommand(1);
-    program.footer("Try `vqloan ask --help` for examples. The manual page has more: man vqloan.");
+    program.footer("`vqloan ask --help` has examples, and so has each other subcommand.");
 
+    AskOptions askOptions;
+    CheckOptions checkOptions;
+    ServeOptions gatewayOptions, hostOptions;
+    std::string site;
     int status = allWell;
-    addAsk(program, status);
-    addCheck(program, status);
-    addGateway(program, status);
-    addHost(program, status);
-    addRegister(program, status);
+    // Whatever is chosen runs inside `parse`.
+    addAsk(program, askOptions)->callback([&] { status = ask(askOptions); });
+    addCheck(program, checkOptions)->callback([&] { status = check(checkOptions); });
+    addGateway(program, gatewayOptions)->callback([&] { status = gateway(gatewayOptions); });
+    addHost(program, hostOptions)->callback([&] { status = host(hostOptions); });
+    addRegistration(program, "register", "Let clients find the class VQLoan.DispSvr by its name", site)
+        ->callback([&] { status = registerClass(site); });
+    addRegistration(program, "unregister", "Take that back", site)->callback([&] {
+        status = unregisterClass(site);
+    });
 
     CoInitialize(nullptr);
     try {
