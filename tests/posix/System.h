@@ -52,14 +52,15 @@ inline std::size_t openFiles()
     return static_cast<std::size_t>(std::distance(begin(all), end(all)));
 }
 
-// Takes turns elsewhere, in a process of its own, until it is destroyed.
+// Takes turns elsewhere, in a process of its own, until it is destroyed, the tests end in whatever way, or a
+// turn throws.
 class Counterpart
 {
 public:
-    explicit Counterpart(const std::function<void()>& turn) : process_(fork())
+    explicit Counterpart(const std::function<void()>& turn) : parent_(getpid()), process_(fork())
     {
-        while (process_ == 0)
-            turn();
+        if (process_ == 0)
+            serve(turn);
     }
     ~Counterpart()
     {
@@ -70,7 +71,17 @@ public:
     Counterpart& operator=(const Counterpart&) = delete;
 
 private:
-    pid_t process_;
+    [[noreturn]] void serve(const std::function<void()>& turn) const
+    {
+        try {
+            while (getppid() == parent_)
+                turn();
+        } catch (...) { // must not reach the tests, which would go on in this process too
+        }
+        _exit(0);
+    }
+
+    pid_t parent_, process_;
 };
 
 // Makes `event` a pending event of this thread: it runs once, when the thread lets its events run.
