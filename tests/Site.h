@@ -3,47 +3,16 @@
 #pragma once
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <string>
 
 #include "Component.h"
+#include "ScratchDirectory.h"
 #include "platform/automation/Bstr.h"
 #include "platform/automation/Variant.h"
 #include "platform/runtime/Text.h"
 
 namespace vqloan::test {
-
-class ScratchDirectory
-{
-public:
-    ScratchDirectory() = default;
-    ~ScratchDirectory()
-    {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
-    ScratchDirectory(const ScratchDirectory&) = delete;
-    ScratchDirectory& operator=(const ScratchDirectory&) = delete;
-
-    std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
-    const std::filesystem::path& path() const { return path_; }
-
-private:
-    std::filesystem::path path_ = newScratchDirectory();
-};
-
-inline void write(const std::filesystem::path& file, const std::string& bytes)
-{
-    std::ofstream(file, std::ios::binary) << bytes;
-}
-
-inline std::string read(const std::filesystem::path& file)
-{
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
 
 // "a|b" for the fields a and b, "\n" for the end of a line: as cases write requests and answers.
 inline std::string wire(std::string text)

@@ -21,7 +21,8 @@ public:
     const std::u16string& file() const noexcept { return file_; }
 
     // For tests and benchmarks, which hold the code in a program of their own: another file to be taken for
-    // the loaded one, by instances created afterwards on any thread and by the calling thread's.
+    // the loaded one, by instances created afterwards on any thread and by the calling thread's; the empty
+    // text ends that.
     static void pretendFile(const std::u16string& file);
 
 private:

@@ -1,0 +1,116 @@
+// What the runtime makes of this system's failures, time zone and loaded files.
+#include <cmath>
+#include <cstdlib>
+#include <functional>
+#include <thread>
+#include <tuple>
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "FailureOf.h"
+#include "ScratchDirectory.h"
+#include "platform/runtime/ApplicationInfo.h"
+#include "platform/runtime/Clock.h"
+#include "platform/runtime/TextFiles.h"
+
+namespace vqloan {
+namespace {
+
+using test::failureOf;
+using test::none;
+using test::ScratchDirectory;
+using test::writtenTo;
+
+TEST(TextFiles, EveryFailureHasItsNumber)
+{
+    const ScratchDirectory scratch;
+    const std::u16string file = writtenTo(scratch, "f", "x");
+    std::filesystem::create_directory(scratch / "d");
+    ASSERT_EQ(::mkfifo((scratch / "fifo").c_str(), 0600), 0);
+    files::openForReading(1, file);
+    files::openForWriting(2, scratch.file("out"));
+
+    const auto reading = [](std::u16string path) { return [path] { files::openForReading(9, path); }; };
+    const auto writing = [](std::u16string path) { return [path] { files::openForWriting(9, path); }; };
+    const auto removing = [](std::u16string path) { return [path] { files::remove(path); }; };
+    const std::tuple<const char*, std::function<void()>, std::int32_t> cases[] = {
+        {"read a missing file", reading(scratch.file("none")), 53},
+        {"read in a missing directory", reading(scratch.file("none/f")), 76},
+        {"read below a file", reading(scratch.file("f/f")), 76},
+        {"read a directory", reading(scratch.file("d")), 75},
+        {"read no name", reading(u""), 75},
+        {"read a name with 0", reading(file + std::u16string(u"\0", 1)), 52},
+        {"read a name too long", reading(scratch.file(std::string(300, 'n'))), 52},
+        {"write a directory", writing(scratch.file("d")), 75},
+        {"write in a missing directory", writing(scratch.file("none/f")), 76},
+        {"write a FIFO that nobody reads", writing(scratch.file("fifo")), 75},
+        {"remove a missing file", removing(scratch.file("none")), 53},
+        {"remove a directory", removing(scratch.file("d")), 75},
+        {"number 0", [&] { files::openForReading(0, file); }, 52},
+        {"number taken", [&] { files::openForReading(1, file); }, 55},
+        {"number not open", [] { files::readLine(9); }, 52},
+        {"read what is written", [] { files::readLine(2); }, 54},
+        {"write what is read", [] { files::writeLine(1, u""); }, 54},
+        {"close a number not open", [] { files::close(9); }, none},
+    };
+    for (const auto& [name, step, failure] : cases)
+        EXPECT_EQ(failureOf(step), failure) << name;
+
+    if (::geteuid() != 0) { // root may do everything
+        std::filesystem::permissions(scratch / "f", std::filesystem::perms::none);
+        EXPECT_EQ(failureOf(reading(file)), 70);
+        EXPECT_EQ(failureOf(writing(file)), 70);
+    }
+    rlimit limit{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
+    const rlimit exhausted{3, limit.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &exhausted), 0);
+    EXPECT_EQ(failureOf(reading(scratch.file("out"))), 67);
+    ::setrlimit(RLIMIT_NOFILE, &limit);
+    files::closeAll();
+}
+
+TEST(TextFiles, AFullDeviceIsToldAtTheLatestWhenTheFileIsClosed)
+{
+    files::openForWriting(1, u"/dev/full");
+    files::writeLine(1, u"x");
+    EXPECT_EQ(failureOf([] { files::close(1); }), 61);
+    EXPECT_EQ(files::freeNumber(), 1); // free all the same
+}
+
+TEST(Clock, TodayFollowsTheTimeZoneAndCanBeSet)
+{
+    // 26 hours lie between these zones, so their dates differ at any time of day.
+    ::setenv("TZ", "AAA+12", 1);
+    const double west = clock::today();
+    ::setenv("TZ", "BBB-14", 1);
+    EXPECT_GT(clock::today(), west);
+    ::unsetenv("TZ");
+    EXPECT_GT(west, 45000); // after 2023
+    EXPECT_EQ(west, std::floor(west));
+    clock::setToday(36526);
+    EXPECT_EQ(clock::today(), 36526);
+    clock::setToday(std::nullopt);
+    EXPECT_GE(clock::today(), west);
+}
+
+TEST(ApplicationInfo, NamesTheLoadedFile)
+{
+    ApplicationInfo::pretendFile(u""); // another test may have been here
+    const ApplicationInfo& info = ApplicationInfo::ofThread();
+    EXPECT_EQ(info.moduleName(), u"vqloan_tests");
+    EXPECT_TRUE(std::filesystem::equivalent(info.file(), "/proc/self/exe"));
+    ApplicationInfo::pretendFile(u"/srv/site.d/VQLoan");
+    EXPECT_EQ(info.path(), u"/srv/site.d");
+    EXPECT_EQ(info.moduleName(), u"VQLoan");
+    ApplicationInfo::pretendFile(u"/VQLoan.so");
+    std::thread([] { EXPECT_EQ(ApplicationInfo::ofThread().path(), u"/"); }).join();
+    EXPECT_EQ(info.moduleName(), u"VQLoan");
+    ApplicationInfo::pretendFile(u"");
+}
+
+} // namespace
+} // namespace vqloan
