@@ -1,0 +1,283 @@
+#!/usr/bin/env python3
+"""The command-line client as its users meet it: client_test.py BIN_DIRECTORY. Runs every command line of the documents."""
+import json
+import os
+import pathlib
+import re
+import signal
+import shutil
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+BIN = pathlib.Path(sys.argv.pop(1)).resolve()
+VQLOAN = str(BIN / "vqloan")
+
+
+def run(*arguments, text=None, status=0, **options):
+    done = subprocess.run([VQLOAN, *map(str, arguments)], input=text, capture_output=True, timeout=60, **options)
+    if done.returncode != status:
+        raise AssertionError(f"status {done.returncode} of {arguments}: {done.stdout.decode()}{done.stderr.decode()}")
+    return done
+
+
+def await_true(condition, what):
+    for _ in range(500):
+        if condition():
+            return
+        time.sleep(0.02)
+    raise AssertionError(f"waited in vain for {what}")
+
+
+class Site(unittest.TestCase):
+    def setUp(self):
+        scratch = tempfile.TemporaryDirectory()
+        self.addCleanup(scratch.cleanup)
+        self.scratch = pathlib.Path(scratch.name)
+        self.site = self.scratch / "site"
+        subprocess.run([ROOT / "examples/make_site", self.site, "--copies=40"], check=True, stdout=subprocess.DEVNULL)
+
+    def serve(self, *arguments):
+        """A server that has said what it serves; ended, and its status looked at, after the test."""
+        server = subprocess.Popen([VQLOAN, *map(str, arguments)], stdout=subprocess.PIPE)
+        self.addCleanup(self.end, server)
+        self.assertIn(b"Serving", server.stdout.readline())
+        return server
+
+    def end(self, server, by=signal.SIGTERM):
+        if server.stdout.closed:
+            return None
+        server.send_signal(by)
+        said = server.communicate(timeout=20)[0]
+        self.assertEqual(server.returncode, 0)
+        return said
+
+    def ask(self, kind, *arguments, **options):
+        return run("ask", "--kind", kind, "--site", self.site, *arguments, **options)
+
+    def rows(self, kind, **options):
+        return json.loads(self.ask(kind, "--format", "json", self.site / "requests.txt", **options).stdout)
+
+    def edit(self, name, *changes):
+        path = self.site / name
+        content = path.read_bytes()
+        for old, new in changes:
+            self.assertIn(old, content)
+            content = content.replace(old, new)
+        path.write_bytes(content)
+
+
+class Ask(Site):
+    def test_every_situation_has_its_text_on_every_back_end(self):
+        situations = ["Disponibile", r"In prestito dal \d\d-\d\d-\d{4}", "In prestito, scadenza superata",
+                      "In prestito, restituzione già sollecitata", "Solo consultazione in sede",
+                      "Senza collocazione: rivolgersi al banco", "(In |Smarrito).*", "Stato particolare - Disponibile",
+                      "Fuori servizio", "Biblioteca senza prestito automatizzato: telefonare",
+                      "Copia non posseduta dalla biblioteca"]
+        direct = self.rows("SQL2")
+        self.assertEqual(len(direct), len(situations))
+        for row, text in zip(direct, situations):
+            self.assertRegex(row["availability"], f"^{text}$")
+            self.assertEqual(row["outcome"], "answer")
+        self.serve("gateway", "--site", self.site)
+        exchanged = self.rows("SQL")
+        self.assertEqual([row["availability"] for row in exchanged], [row["availability"] for row in direct])
+        self.serve("host", "--site", self.site, self.site / "host.txt")
+        hosted = {row["request"]["inventory"]: row for row in self.rows("7000")}
+        self.assertEqual(hosted["KA000002"]["availability"], "IN PRESTITO")
+        self.assertEqual(hosted["KA999999"]["availability"], "COPIA SCONOSCIUTA")
+        skipped = [row["request"]["library"] for row in hosted.values() if row["outcome"] == "skipped"]
+        self.assertEqual(skipped, ["07"])
+
+    def test_formats(self):
+        request = "\ufeff\r\n01\tA \"1\"\\\x01\tKA999999\tè una nota molto lunga\r\n\n01\t\tKA000002\t".encode()
+        raw = self.ask("SQL2", text=request).stdout.decode()
+        self.assertTrue(raw.startswith('Coll. A "1"\\\x01, Inv. KA999999, è una'), raw)
+        self.assertEqual(raw.count("\r\n"), 2)
+        row = json.loads(self.ask("SQL2", "--format", "json", text=request).stdout)[0]
+        self.assertEqual(row["request"]["shelf"], 'A "1"\\\x01')
+        self.assertEqual("\t".join(row["fields"]), raw.split("\r\n")[0])
+        table = self.ask("SQL2", "--format", "table", text=request).stdout.decode()
+        self.assertNotIn("\x01", table)
+        self.assertLessEqual(max(map(len, table.splitlines())), 80)
+        self.assertIn("2 answered, 0 skipped, 0 failed", table)
+
+    def test_own_library_comes_first(self):
+        request = b"11\t\t1\n07\t\t2\n10\t\t3\n08\t\t4\n"  # none of them is asked of the host
+        for own, order in (((), ["10", "11", "Archivio", "Biblioteca"]), (("--own", "08"), ["Biblioteca", "10"])):
+            lines = self.ask("7000", *own, text=request).stdout.decode().split("\r\n")
+            self.assertEqual([re.split("[\t ]", line)[0] for line in lines][:len(order)], order)
+
+    def test_long_requests_are_asked_in_blocks(self):
+        # More lines than one call takes, and more than the sorting of one call has room for.
+        for kind, count in (("SQL2", 33000), ("7000", 1500)):
+            answer = self.ask(kind, text=b"07\t\tKA000019\t\n" * count).stdout
+            self.assertEqual(answer.count(b"\r\n"), count)
+
+    def test_failures_and_their_exit_status(self):
+        self.assertIn(b"not UTF-8", self.ask("SQL2", text=b"01\t\xff\n", status=2).stderr)
+        self.ask("SQL3", text=b"", status=2)
+        self.ask("SQL2", self.site / "absent.txt", status=2)
+        self.edit("SvrDisp.ini", (b"PATH=" + bytes(self.site / "gateway"), b"PATH=/nowhere"))
+        failed = self.ask("SQL", "--library=01", "--inventory=KA000002", status=1)
+        self.assertIn(b"Errore nei parametri", failed.stdout)
+        row = self.rows("SQL", status=1)[0]
+        self.assertEqual((row["outcome"], row["availability"]), ("failure", "Errore nei parametri"))
+        failed = self.ask("SQL", "--format=table", "--library=01", "--inventory=KA000002", status=1)
+        self.assertRegex(failed.stderr.decode(), r"line 1: 76 Path not found \(SvrODBC\.CallSql")
+        (self.site / "library.db").unlink()
+        self.assertIn(b"library.db", self.ask("SQL2", text=b"01\t\t1\n", status=2).stderr)
+
+
+class Check(Site):
+    def test_a_sample_site_is_in_order(self):
+        for kind in ("SQL2", "SQL", "7000"):
+            self.assertIn(b"No findings", run("check", "--kind", kind, "--site", self.site).stdout)
+
+    def test_findings(self):
+        connect = b"CONNECT=Provider=SQLite;Data Source=" + bytes(self.site / "library.db")
+        ini, par = "SvrDisp.ini", "CLIENT.PAR"
+        cases = [
+            ("SQL2", ini, connect, b"CONNECT=Data Source=\xc2\xa7NOWHERE\xc2\xa7;PWD=geheim", "cannot be resolved"),
+            ("SQL2", ini, connect, b"CONNECT=Provider=SQLite;Data Source=/nowhere.db", "does not open"),
+            ("SQL2", ini, connect, b"", "CONNECT is empty"),
+            ("SQL2", ini, b"TIMEOUT=15", b"TIMEOUT=15s", r"\[SERVER\] TIMEOUT is not a number"),
+            ("SQL2", ini, b"INVENTARIO=3", b"INVENTARIO=", "INVENTARIO is no position"),
+            ("SQL2", ini, b"\n4=", b"\n04=", "Message 4 has no text"),
+            ("SQL2", ini, b"NUMMSG=11", b"NUMMSG=10", "Message 11 is not read"),
+            ("SQL", ini, bytes(self.site / "gateway"), b"/nowhere", "no exchange directory /nowhere"),
+            ("7000", par, b"\r\n", b"\n", "14 parameter lines and has 1"),
+            ("7000", par, b"/host/\r\n", b"/host\r\n", "not end in a path separator"),
+            ("7000", par, b"LARGHEZZA=60", b"LARGHEZZA=2", "no room for an answer"),
+            ("7000", par, b"NC=Bib", b"NC Bib", "Line 14 of CLIENT.PAR has no \"=\""),
+            ("7000", par, b"codbib=04", b"CODBIB=04", "Line 19 .* to one reader only"),
+            ("7000", par, b"codbib=01", b"codbib=00", "repeats the library code 00"),
+            ("7000", par, b"codbib=00", b"codbib=10,AA,X\r\ncodbib=00", "lists 11 libraries"),
+        ]
+        for kind, name, old, new, finding in cases:
+            with self.subTest(finding):
+                before = (self.site / name).read_bytes()
+                self.edit(name, (old, new))
+                said = run("check", "--kind", kind, "--site", self.site, status=1).stdout.decode()
+                (self.site / name).write_bytes(before)
+                # A cell goes on over several lines; the second column holds the findings.
+                table = said[said.index("Finding") - 3:].splitlines()
+                end = 3 + len(table[1].split("  ")[1])
+                table = [line[3:end].strip() for line in table]
+                self.assertRegex(" ".join(table).replace("/ ", "/"), finding)
+                self.assertNotIn("geheim", said)
+
+    def test_tables_and_late_answers(self):
+        import sqlite3
+        database = sqlite3.connect(self.site / "library.db")
+        database.executescript("DROP TABLE TABBLOCCOMAT; ALTER TABLE MOVIMENTI DROP COLUMN LIVSOLL;")
+        database.close()
+        said = run("check", "--kind", "SQL2", "--site", self.site, status=1).stdout.decode()
+        self.assertRegex(said, r"TABBLOCCOMAT[^\n]*MISSING")
+        self.assertRegex(said, r"MISSING\s+LIVSOLL|MISSING LIVSOLL")
+        (self.site / "gateway/ZSQL_007.CL2").write_bytes(b"late\r\n")
+        self.assertIn(b"nobody has waited", run("check", "--kind", "SQL", "--site", self.site, status=1).stdout)
+
+
+class Serving(Site):
+    def exchange(self, request, client="042", prefix="gateway/ZSQL_"):
+        """Writes a request as it is given, and gives the answer file's contents."""
+        answer = self.site / f"{prefix}{client}.CL2"
+        answer.unlink(missing_ok=True)
+        (self.site / f"{prefix}{client}.CL1").write_bytes(request)
+        await_true(answer.exists, f"an answer to {request}")
+        return answer.read_bytes()
+
+    def test_gateway(self):
+        gateway = self.site / "gateway"
+        (gateway / "ZSQL_001.CL1").write_bytes(b"WL,KA000002,01\r\n")
+        server = self.serve("gateway", "--site", self.site)
+        # Each request is answered, the same one twice too, and the same client's next one.
+        for _ in range(2):
+            self.assertRegex(self.exchange(b"WL,KA000002,01\r\n"), rb"^Biblioteca di San Martino\t\tIn prestito dal\t[0-9-]+\t\r\n$")
+        self.assertEqual(self.exchange(b"WL,KA000001,00\r\n"), b"Biblioteca Centrale\t\tDisponibile\t\r\n")
+        self.assertIn("già".encode("cp1252"), self.exchange(b"WL,KA000004,03\r\n"))
+        for bad in (b"\r\n", b"WL\r\n", b"WL,1\r\n", b"WL,\t,\t\r\n", b"\x00\xff" * 5000 + b"\r\n", b"", b"WL,KA000002,01"):
+            self.assertRegex(self.exchange(bad), rb"^\t[^\t]+\r\n$")
+        # A request in two pieces is answered once it is whole.
+        with open(gateway / "ZSQL_009.CL1", "wb", buffering=0) as request:
+            request.write(b"WL,KA0000")
+            time.sleep(0.1)
+            request.write(b"01,00\r\n")
+        await_true((gateway / "ZSQL_009.CL2").exists, "the answer to a request in pieces")
+        self.assertIn(b"Disponibile", (gateway / "ZSQL_009.CL2").read_bytes())
+        self.assertIn(b"Answered 12 requests", self.end(server, signal.SIGINT))
+        self.assertEqual(sorted(os.listdir(gateway)), ["ZSQL_009.CL2", "ZSQL_042.CL2"])
+
+    def test_gateway_whose_database_goes_and_comes_back(self):
+        self.serve("gateway", "--site", self.site)
+        ask = lambda: self.exchange(b"WL,KA000001,00\r\n")
+        self.assertIn(b"Disponibile", ask())
+        aside = self.scratch / "library.db"
+        shutil.move(self.site / "library.db", aside)
+        (self.site / "library.db").write_bytes(b"")
+        sqlite = lambda text: subprocess.run([sys.executable, "-c", text], check=True)
+        sqlite(f"import sqlite3; d = sqlite3.connect({str(aside)!r}); d.execute('DROP TABLE POSSEDUTO'); d.commit()")
+        self.assertTrue(ask().startswith(b"\tERRORE"))
+        (self.site / "library.db").unlink()
+        sqlite(f"import sqlite3; d = sqlite3.connect({str(self.site / 'library.db')!r}); "
+               f"d.executescript(open({str(ROOT / 'examples/site/schema.sql')!r}).read())")
+        await_true(lambda: b"non posseduta" in ask(), "an answer from the new database")
+
+    def test_host(self):
+        table = self.scratch / "table.txt"
+        table.write_text("# a comment\r\n\r\n01\tKA123456\tPRESTATO è\r\n01\t*\tCHIUSO\n", encoding="utf-8")
+        self.serve("host", "--exchange", self.site / "host", table)
+        for request, answer in ((b"WL,01123456", "PRESTATO è"), (b"WL,01999999", "CHIUSO"),
+                                (b"WL,02123456", "Copia sconosciuta"), (b"XX", "Richiesta non valida")):
+            said = self.exchange(request + b"\r\n", "07", "host/Z7000_")
+            self.assertEqual(said, (answer + "\r\n").encode("cp1252"))
+        table.write_text("01\tKA123456\n")
+        self.assertIn(b"line 1", run("host", "--exchange", self.site / "host", table, status=2).stderr)
+
+    def test_a_slow_gateway_times_out(self):
+        self.edit("SvrDisp.ini", (b"\nTIMEOUT=5", b"\nTIMEOUT=0"))
+        self.serve("gateway", "--site", self.site, "--delay", "400")
+        self.assertIn("Nessuna risposta", self.ask("SQL", text=b"00\t\tKA000001\n").stdout.decode())
+
+
+class Documents(Site):
+    def test_register_and_example_clients(self):
+        environment = dict(os.environ, AUTOMATION_REGISTRY=str(self.scratch / "registry"))
+        self.assertIn(b"cp ", run("register", "--site", self.site, status=2).stderr)
+        shutil.copy(BIN / "VQLoan.so", self.site)
+        run("register", "--site", self.site, env=environment)
+        client = [BIN / "ask", "SQL2", "00", "KA000001"]
+        self.assertIn(b"Disponibile", subprocess.run(client, env=environment, capture_output=True, check=True).stdout)
+        run("unregister", "--site", self.site, env=environment)
+        self.assertEqual(subprocess.run(client, env=environment, capture_output=True).returncode, 2)
+
+    def test_manual_page_names_every_option(self):
+        page = (ROOT / "client/vqloan.1").read_text().replace("\\-", "-")
+        for command in ("ask", "check", "gateway", "host", "register", "unregister"):
+            options = re.findall(r"--[a-z]+", run(command, "--help").stdout.decode())
+            self.assertEqual([o for o in (command, *options) if o not in page], [], command)
+
+    def test_command_lines_of_the_documents(self):
+        """Blocks marked sh, in order, with the documents' paths put where the test may write."""
+        shutil.rmtree(self.site)
+        preload = subprocess.run(["ldd", BIN / "VQLoan.so"], capture_output=True, text=True).stdout
+        sanitizer = re.search(r"=> (\S*libasan\S*)", preload)
+        python = f"LD_PRELOAD={sanitizer[1]} ASAN_OPTIONS=detect_leaks=0 examples/clients" if sanitizer else "examples/clients"
+        environment = dict(os.environ, AUTOMATION_REGISTRY=str(self.scratch / "registry"), HOME=str(self.scratch))
+        script = "set -e\n"
+        for document in (ROOT / "README.md", *sorted((ROOT / "docs").glob("*.md"))):
+            for block in re.findall(r"^```sh\n(.*?)^```", document.read_text(encoding="utf-8"), re.M | re.S):
+                script += f"echo '# {document.name}'\n{block}"
+        script = (script.replace("/srv/vqloan", str(self.site)).replace("build/bin", str(BIN))
+                  .replace("\nexamples/clients", "\n" + python))
+        done = subprocess.run(["bash", "-c", script], cwd=ROOT, env=environment, capture_output=True, text=True, timeout=100)
+        self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
+        self.assertGreater(done.stdout.count("Disponibile"), 3)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
