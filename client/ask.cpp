@@ -49,6 +49,8 @@ std::string readAll(const std::string& file)
 std::vector<std::u16string> requestLines(const AskOptions& options)
 {
     const bool single = !(options.library + options.shelf + options.inventory + options.note).empty();
+    if (single && !options.file.empty())
+        throw std::runtime_error("either a file or one copy can be asked about, not both");
     if (single)
         return {text::fromUtf8(options.library + '\t' + options.shelf + '\t' + options.inventory + '\t' +
                                options.note)};

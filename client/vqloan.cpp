@@ -34,14 +34,10 @@ CLI::App* addAsk(CLI::App& program, AskOptions& options)
     command->add_option("--format", options.format, "table (on a terminal), raw (elsewhere), json")
         ->type_name("FORMAT")
         ->check(CLI::IsMember({"table", "raw", "json"}).description(""));
-    auto* const file =
-        command->add_option("FILE", options.file, "Request lines in UTF-8 (default: standard input)")
-            ->type_name("");
+    command->add_option("FILE", options.file, "Request lines in UTF-8 (default: standard input)")
+        ->type_name("");
     const auto add = [&](const char* name, std::string& value, const char* description) {
-        command->add_option(name, value, description)
-            ->type_name("TEXT")
-            ->group("One copy, without FILE")
-            ->excludes(file);
+        command->add_option(name, value, description)->type_name("TEXT")->group("One copy, without FILE");
     };
     add("--library", options.library, "Library code");
     add("--shelf", options.shelf, "Shelf mark");
@@ -87,8 +83,8 @@ CLI::App* addGateway(CLI::App& program, ServeOptions& options)
     CLI::App* const command =
         program.add_subcommand("gateway", "Answer the clients of kind SQL from a database");
     addServing(command, options, "[CONFIG] PATH");
-    command->footer("Serves every client number until SIGTERM or SIGINT. The database is that of the site's\n"
-                    "SvrDisp.ini. Requests that lie there at the start are dropped.\n\n"
+    command->footer("Serves every client number until SIGTERM or SIGINT. The database is that of\n"
+                    "the site's SvrDisp.ini. Requests that lie there at the start are dropped.\n\n"
                     "Example:\n"
                     "  vqloan gateway --site /srv/vqloan --verbose");
     return command;
@@ -100,12 +96,12 @@ CLI::App* addHost(CLI::App& program, ServeOptions& options)
         program.add_subcommand("host", "Answer the clients of kind 7000 from a table file");
     addServing(command, options, "line 3 of CLIENT.PAR");
     command->add_option("TABLE", options.table, "The table file")->required()->type_name("");
-    command->footer(
-        "Serves every client number until SIGTERM or SIGINT. A line of the table is: library code,\n"
-        "inventory number, answer, with TABs between. An inventory number * stands for the rest of\n"
-        "a library, and a library code * with it for all others.\n\n"
-        "Example:\n"
-        "  vqloan host --site /srv/vqloan /srv/vqloan/host.txt");
+    command->footer("Serves every client number until SIGTERM or SIGINT. A line of the table is:\n"
+                    "library code, inventory number, answer, with TABs between. An inventory number\n"
+                    "* stands for the rest of a library, and a library code * with it for all\n"
+                    "others.\n\n"
+                    "Example:\n"
+                    "  vqloan host --site /srv/vqloan /srv/vqloan/host.txt");
     return command;
 }
 
@@ -122,6 +118,7 @@ int main(int argc, char** argv)
 {
     CLI::App program{"Tells whether copies can be had from the libraries of a network."};
     program.name("vqloan");
+    program.get_formatter()->column_width(26);
     program.set_version_flag("--version", "vqloan " VQLOAN_VERSION);
     program.require_subcommand(1);
     program.footer("`vqloan ask --help` has examples, and so has each other subcommand.");

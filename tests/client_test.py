@@ -121,6 +121,7 @@ class Ask(Site):
         self.assertIn(b"not UTF-8", self.ask("SQL2", text=b"01\t\xff\n", status=2).stderr)
         self.ask("SQL3", text=b"", status=2)
         self.ask("SQL2", self.site / "absent.txt", status=2)
+        self.ask("SQL2", self.site / "all.txt", "--library=01", status=2)
         self.edit("SvrDisp.ini", (b"PATH=" + bytes(self.site / "gateway"), b"PATH=/nowhere"))
         failed = self.ask("SQL", "--library=01", "--inventory=KA000002", status=1)
         self.assertIn(b"Errore nei parametri", failed.stdout)
@@ -258,7 +259,9 @@ class Documents(Site):
     def test_manual_page_names_every_option(self):
         page = (ROOT / "client/vqloan.1").read_text().replace("\\-", "-")
         for command in ("ask", "check", "gateway", "host", "register", "unregister"):
-            options = re.findall(r"--[a-z]+", run(command, "--help").stdout.decode())
+            said = run(command, "--help").stdout.decode()
+            self.assertLessEqual(max(map(len, said.splitlines())), 80, said)
+            options = re.findall(r"--[a-z]+", said)
             self.assertEqual([o for o in (command, *options) if o not in page], [], command)
 
     def test_command_lines_of_the_documents(self):
