@@ -55,6 +55,8 @@ void HostExchange::send(std::u16string_view line)
 
 HostExchange::Look HostExchange::look()
 {
+    if (!files::exists(answerFile_))
+        return Look::notThere;
     try {
         files::openForReading(fileNo, answerFile_);
     } catch (const RuntimeError&) {

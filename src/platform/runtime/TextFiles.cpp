@@ -198,6 +198,11 @@ void closeAll() noexcept
     }
 }
 
+bool exists(std::u16string_view path)
+{
+    return os::stateOf(path).has_value();
+}
+
 void remove(std::u16string_view path)
 {
     os::removeFile(path);

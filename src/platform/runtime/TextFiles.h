@@ -32,6 +32,10 @@ void close(std::int32_t number);
 // Closes every file of the thread; failures are ignored.
 void closeAll() noexcept;
 
+// Whether anything of that name is there, at the price of one system call: for what is looked at again and
+// again, where a failure each time would cost more than the look.
+bool exists(std::u16string_view path);
+
 // Deletes a file: 53, 70, 75, 76.
 void remove(std::u16string_view path);
 
