@@ -194,6 +194,20 @@ TEST_F(Opening, LibraryLines)
         << "nothing loaded: row 1 is empty, and so is the skipped group";
 }
 
+TEST_F(Opening, ReloadingTheMessagesRaisesItsFailure)
+{
+    Client client = site.client();
+    EXPECT_EQ(client.object->Load_Messa(), S_OK) << "no file: one empty message";
+    site.settings("[MESSAGGI]\nNUMMSG=many\n");
+    EXPECT_EQ(client.object->Load_Messa(), static_cast<HRESULT>(0x800A000D));
+    ComPtr<IErrorInfo> info;
+    ASSERT_EQ(GetErrorInfo(0, info.address()), S_OK);
+    Bstr text;
+    info->GetDescription(text.address());
+    EXPECT_EQ(text.view(), u"Type mismatch");
+    EXPECT_EQ(client.failure().number, 0) << "raised, not recorded";
+}
+
 // What clients cannot see of the settings, in the object's fields.
 TEST_F(Opening, Fields)
 {
