@@ -365,11 +365,15 @@ TEST(Connection, TimeoutsEndWaitsAndLongStatements)
     EXPECT_NO_THROW(select()) << "the lock went in time";
     writer.join();
 
-    // A statement that stands on a row keeps writers out; its close lets them in.
-    const auto rows = query(connection, u"SELECT K FROM T UNION ALL SELECT 2");
+    // What is open reads one state of the file, also at its end; closing lets writers in.
+    auto first = query(connection, u"SELECT K FROM T WHERE K = '99'");
+    const auto second = query(connection, u"SELECT K FROM T");
+    first.reset();
     EXPECT_THROW(file.execute("INSERT INTO T VALUES (3)"), std::runtime_error);
-    rows->Close();
+    second->Close();
     EXPECT_NO_THROW(file.execute("INSERT INTO T VALUES (3)"));
+    first = query(connection, u"SELECT K FROM T WHERE K = '99'");
+    EXPECT_THROW(file.execute("INSERT INTO T VALUES (4)"), std::runtime_error);
 }
 
 TEST(Connection, RefusesMisuse)

@@ -49,8 +49,10 @@ std::u16string_view part(std::u16string_view whole, std::int16_t start, std::int
 // A value as it stands between the quotes of a statement.
 std::u16string quoted(std::u16string_view value)
 {
+    if (value.find(u'\'') == value.npos)
+        return std::u16string(value);
     std::u16string safe;
-    safe.reserve(value.size());
+    safe.reserve(2 * value.size());
     for (const char16_t unit : value)
         safe.append(unit == u'\'' ? 2 : 1, unit);
     return safe;
@@ -70,7 +72,7 @@ std::u16string trimmedRight(std::u16string value)
 // "DD-MM-YYYY"; the empty text for an empty value.
 std::u16string dayMonthYear(const Variant& value)
 {
-    if (value.toText().empty())
+    if (value.get().vt == VT_BSTR && value.toText().empty())
         return {};
     const auto days = std::chrono::days(static_cast<int>(std::trunc(value.toDate())));
     const std::chrono::year_month_day date(std::chrono::sys_days(std::chrono::year(1899) / 12 / 30) + days);
@@ -89,20 +91,20 @@ std::u16string description(const RecordsetVariable& row, std::u16string_view lib
 
 std::u16string libraryStatement(std::u16string_view library)
 {
-    return join(u"SELECT FLGMOVIM, DESCR FROM TABBIBLIOTECHE WHERE CODBIB = '", library, u"'");
+    return join(u"SELECT FLGMOVIM, DESCR FROM TABBIBLIOTECHE WHERE CODBIB = '"sv, library, u"'"sv);
 }
 
 std::u16string movementsStatement(std::u16string_view library, std::u16string_view inventory)
 {
-    return join(u"SELECT * FROM MOVIMENTI WHERE CODBIB = '", library, u"' AND INVENTARIO = '", inventory,
-                u"' AND FLGCHIUSO IS NULL");
+    return join(u"SELECT * FROM MOVIMENTI WHERE CODBIB = '"sv, library, u"' AND INVENTARIO = '"sv, inventory,
+                u"' AND FLGCHIUSO IS NULL"sv);
 }
 
 std::u16string holdingsStatement(std::u16string_view library, std::u16string_view inventory)
 {
     return join(u"SELECT POSSEDUTO.*, TABBIBLIOTECHE.DESCR FROM POSSEDUTO LEFT JOIN TABBIBLIOTECHE "
-                u"ON POSSEDUTO.CODBIB = TABBIBLIOTECHE.CODBIB WHERE POSSEDUTO.CODBIB ='",
-                library, u"' AND INVENTARIO = '", inventory, u"'");
+                u"ON POSSEDUTO.CODBIB = TABBIBLIOTECHE.CODBIB WHERE POSSEDUTO.CODBIB ='"sv,
+                library, u"' AND INVENTARIO = '"sv, inventory, u"'"sv);
 }
 
 bool keepsNoMovements(const RecordsetVariable& library)

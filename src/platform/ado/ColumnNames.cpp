@@ -20,7 +20,7 @@ std::optional<std::size_t> ColumnNames::find(std::u16string_view name) const
 {
     // Nearly always the name is asked for as the database has it, and comparing costs less than upper-casing.
     for (const auto& [known, position] : firsts_) {
-        if (known == name)
+        if (text::equals(known, name))
             return position;
     }
     for (const auto& [known, position] : firsts_) {

@@ -125,8 +125,8 @@ bool StatementShape::matches(std::u16string_view statement, std::vector<std::u16
     literals.clear();
     for (std::size_t i = 0; i < parameterCount(); ++i) {
         const std::u16string& piece = pieces_[i];
-        if (!statement.starts_with(piece) || statement.size() == piece.size() ||
-            statement[piece.size()] != u'\'')
+        if (statement.size() <= piece.size() || statement[piece.size()] != u'\'' ||
+            !text::equals(statement.substr(0, piece.size()), piece))
             return false;
         const std::size_t closing = closingQuote(statement, piece.size());
         if (closing == npos)
@@ -134,7 +134,7 @@ bool StatementShape::matches(std::u16string_view statement, std::vector<std::u16
         literals.push_back(statement.substr(piece.size() + 1, closing - piece.size() - 1));
         statement.remove_prefix(closing + 1);
     }
-    return statement == pieces_.back();
+    return text::equals(statement, pieces_.back());
 }
 
 std::u16string StatementShape::withParameters() const

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -10,6 +11,11 @@ namespace vqloan::text {
 
 // Simple Unicode upper-casing: one character for one, whatever the process's locale.
 std::u16string upper(std::u16string_view text);
+// The same as ==, which the standard library does unit by unit.
+inline bool equals(std::u16string_view a, std::u16string_view b) noexcept
+{
+    return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(char16_t)) == 0;
+}
 bool equalsIgnoringCase(std::u16string_view a, std::u16string_view b);
 
 std::u16string_view trimLeft(std::u16string_view text) noexcept;

@@ -7,7 +7,9 @@ namespace vqloan::standins {
 Variant DbTools::FieldValue(Field& field, std::int32_t)
 {
     Variant value = field.Value();
-    return value.isNull() ? Variant(u"") : value;
+    if (value.isNull())
+        return u"";
+    return value;
 }
 
 void DbTools::CloseRecordset(std::unique_ptr<Recordset>& recordset)

@@ -50,10 +50,21 @@ SqliteSession::SqliteSession(const std::u16string& file, std::int32_t timeLimit)
         if (sqlite3_exec(database_, "SELECT 1 FROM sqlite_master LIMIT 1", nullptr, nullptr, nullptr) !=
             SQLITE_OK)
             throw sqlite::openFailure(database_, file);
+        begin_ = compile("BEGIN");
+        commit_ = compile("COMMIT");
     } catch (...) {
         close();
         throw;
     }
+}
+
+sqlite::Handle SqliteSession::compile(const char* statement)
+{
+    sqlite3_stmt* handle = nullptr;
+    if (sqlite3_prepare_v3(database_, statement, -1, SQLITE_PREPARE_PERSISTENT, &handle, nullptr) !=
+        SQLITE_OK)
+        throw sqlite::statementFailure(database_);
+    return sqlite::Handle(handle);
 }
 
 SqliteSession::~SqliteSession()
@@ -65,6 +76,8 @@ void SqliteSession::close() noexcept
 {
     for (const auto& statement : statements_)
         statement->finalize();
+    begin_.reset();
+    commit_.reset();
     sqlite3_close(database_);
     database_ = nullptr;
 }
@@ -73,8 +86,27 @@ CursorOwner SqliteSession::run(std::u16string_view text, std::int32_t timeLimit)
 {
     limit_.set(timeLimit); // compiling reads the schema and may meet a lock
     SqliteStatement& statement = idleStatement(text);
-    statement.start(literals_, timeLimit);
-    return CursorOwner(&statement);
+    beginReading();
+    CursorOwner cursor = statement.begin(timeLimit);
+    statement.bind(literals_);
+    return cursor;
+}
+
+// A transaction that has read nothing yet holds no lock, and one that only reads has nothing to lose.
+void SqliteSession::beginReading() noexcept
+{
+    if (running_++ == 0) {
+        sqlite3_step(begin_.get());
+        sqlite3_reset(begin_.get());
+    }
+}
+
+void SqliteSession::endReading() noexcept
+{
+    if (--running_ == 0 && isOpen()) {
+        sqlite3_step(commit_.get());
+        sqlite3_reset(commit_.get());
+    }
 }
 
 SqliteStatement& SqliteSession::idleStatement(std::u16string_view text)
@@ -87,21 +119,19 @@ SqliteStatement& SqliteSession::idleStatement(std::u16string_view text)
         found = statements_.end() - 1;
         (*found)->shape().matches(text, literals_);
     }
-    std::rotate(statements_.begin(), found, found + 1);
-    return *statements_.front();
+    return **found;
 }
 
 void SqliteSession::returned(SqliteStatement& statement) noexcept
 {
+    endReading();
     auto unwanted = statements_.end();
     if (statement.hasFailed())
         unwanted = std::find_if(statements_.begin(), statements_.end(),
                                 [&](const auto& candidate) { return candidate.get() == &statement; });
     else if (statements_.size() > statementsKept)
-        unwanted = std::find_if(statements_.rbegin(), statements_.rend(),
-                                [](const auto& candidate) { return !candidate->isRunning(); })
-                       .base() -
-                   1;
+        unwanted = std::find_if(statements_.begin(), statements_.end(),
+                                [](const auto& candidate) { return !candidate->isRunning(); });
     if (unwanted != statements_.end())
         statements_.erase(unwanted);
 }

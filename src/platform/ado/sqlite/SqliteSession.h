@@ -7,6 +7,7 @@
 
 #include "platform/ado/Provider.h"
 #include "platform/ado/StatementShape.h"
+#include "platform/ado/sqlite/SqliteHandle.h"
 
 struct sqlite3;
 
@@ -15,7 +16,8 @@ namespace vqloan {
 class SqliteStatement;
 
 // Reads one database file, which other processes may write meanwhile. Compiled statements are kept by shape;
-// the same shape can run several times at once.
+// the same shape can run several times at once. From the start of the first running statement to the end of
+// the last they all see the file in one state, and the file is locked once and not for each.
 class SqliteSession final : public Session
 {
 public:
@@ -47,12 +49,17 @@ private:
     static int whileLocked(void* session, int tries);
     static int whileRunning(void* session);
 
+    sqlite::Handle compile(const char* statement);
+    void beginReading() noexcept;
+    void endReading() noexcept;
     SqliteStatement& idleStatement(std::u16string_view text);
     void returned(SqliteStatement& statement) noexcept;
 
     sqlite3* database_ = nullptr;
+    sqlite::Handle begin_, commit_;
+    std::size_t running_ = 0; // statements
     TimeLimit limit_;
-    std::vector<std::unique_ptr<SqliteStatement>> statements_; // the one used last in front
+    std::vector<std::unique_ptr<SqliteStatement>> statements_; // the oldest in front
     std::vector<std::u16string_view> literals_;                // of the statement that is about to run
 };
 

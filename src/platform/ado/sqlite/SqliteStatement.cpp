@@ -120,11 +120,16 @@ void SqliteStatement::describe()
     columns_.assign(names);
 }
 
-void SqliteStatement::start(const std::vector<std::u16string_view>& literals, std::int32_t timeLimit)
+CursorOwner SqliteStatement::begin(std::int32_t timeLimit) noexcept
 {
     running_ = true;
     stepped_ = false;
     timeLimit_ = timeLimit;
+    return CursorOwner(this);
+}
+
+void SqliteStatement::bind(const std::vector<std::u16string_view>& literals)
+{
     for (std::size_t i = 0; i < values_.size(); ++i) {
         toValue(literals[i], values_[i]);
         if (sqlite3_bind_text(handle_.get(), static_cast<int>(i + 1), values_[i].data(),
@@ -187,12 +192,12 @@ Variant SqliteStatement::value(std::size_t column)
 
 void SqliteStatement::end() noexcept
 {
-    sqlite3_reset(handle_.get()); // gives back the file's lock
+    sqlite3_reset(handle_.get());
     running_ = false;
     session_.returned(*this);
 }
 
-void SqliteStatement::Finalize::operator()(sqlite3_stmt* handle) const noexcept
+void sqlite::Finalize::operator()(sqlite3_stmt* handle) const noexcept
 {
     sqlite3_finalize(handle);
 }

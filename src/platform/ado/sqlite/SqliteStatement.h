@@ -2,15 +2,13 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "platform/ado/Provider.h"
 #include "platform/ado/StatementShape.h"
-
-struct sqlite3_stmt;
+#include "platform/ado/sqlite/SqliteHandle.h"
 
 namespace vqloan {
 
@@ -29,8 +27,10 @@ public:
     bool isRunning() const noexcept { return running_; }
     bool hasFailed() const noexcept { return failed_; }
 
+    // Begins a run, which `end` ends also when `bind` fails.
+    CursorOwner begin(std::int32_t timeLimit) noexcept;
     // The literals of the statement's text, as `shape` found them.
-    void start(const std::vector<std::u16string_view>& literals, std::int32_t timeLimit);
+    void bind(const std::vector<std::u16string_view>& literals);
     // Takes it from the database; it can only be ended then.
     void finalize() noexcept { handle_.reset(); }
 
@@ -40,17 +40,12 @@ public:
     void end() noexcept override;
 
 private:
-    struct Finalize
-    {
-        void operator()(sqlite3_stmt* handle) const noexcept;
-    };
-
     void compile(std::u16string_view text);
     void describe();
 
     SqliteSession& session_;
     StatementShape shape_;
-    std::unique_ptr<sqlite3_stmt, Finalize> handle_;
+    sqlite::Handle handle_;
     bool running_ = false, stepped_ = false, failed_ = false;
     std::int32_t timeLimit_ = 0;
     std::vector<std::string> values_; // bound: SQLite reads them while the statement runs
