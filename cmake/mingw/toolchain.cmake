@@ -19,3 +19,4 @@ set(CMAKE_MODULE_PATH ${CMAKE_CURRENT_LIST_DIR})
 # Every file stands alone: the compiler's run-time libraries are inside it, and what it imports comes with Windows.
 set(CMAKE_EXE_LINKER_FLAGS_INIT "-static -s")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "-static -s")
+set(CMAKE_MODULE_LINKER_FLAGS_INIT "-static -s")

@@ -1,7 +1,6 @@
 // What tests ask of the system, which offers it in its own way. Its twin for POSIX is posix/System.h.
 #pragma once
 
-#include <atomic>
 #include <filesystem>
 #include <functional>
 #include <stdexcept>
@@ -35,12 +34,12 @@ private:
 
 inline std::filesystem::path newScratchDirectory()
 {
-    static std::atomic<int> number = 0;
-    const auto path = std::filesystem::temp_directory_path() /
-                      ("vqloan-" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(++number));
-    if (!std::filesystem::create_directory(path))
-        throw std::runtime_error("no scratch directory");
-    return path;
+    const std::string name = "vqloan-" + std::to_string(GetCurrentProcessId()) + "-";
+    for (int number = 1;; ++number) {
+        const auto path = std::filesystem::temp_directory_path() / (name + std::to_string(number));
+        if (std::filesystem::create_directory(path))
+            return path;
+    }
 }
 
 // With everything else that a process holds open.

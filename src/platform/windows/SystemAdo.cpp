@@ -44,6 +44,16 @@ Variant SystemField::Value()
     return object_.get(L"Value");
 }
 
+SystemRecordset::~SystemRecordset()
+{
+    try {
+        if (open_)
+            Close();
+    } catch (const RuntimeError&) {
+        // Nobody is left to be told.
+    }
+}
+
 void SystemRecordset::Open(std::u16string_view source, const std::shared_ptr<Connection>& activeConnection,
                            std::int32_t cursorType, std::int32_t lockType, std::int32_t options)
 {
@@ -54,10 +64,12 @@ void SystemRecordset::Open(std::u16string_view source, const std::shared_ptr<Con
         throw RuntimeError(Failure::ObjectNotSet);
     object_.call(L"Open", {argument::value(statement), argument::value(connection->get()),
                            argument::value(cursorType), argument::value(lockType), argument::value(options)});
+    open_ = true;
 }
 
 void SystemRecordset::Close()
 {
+    open_ = false;
     fields_.clear();
     object_.call(L"Close");
 }

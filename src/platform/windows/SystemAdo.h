@@ -10,8 +10,7 @@
 
 namespace vqloan {
 
-// Releasing the last reference closes each of them.
-
+// A connection is closed with its last reference.
 class SystemConnection final : public Connection
 {
 public:
@@ -48,6 +47,7 @@ class SystemRecordset final : public Recordset
 {
 public:
     explicit SystemRecordset(LateBound object) noexcept : object_(std::move(object)) {}
+    ~SystemRecordset() override;
 
     void Open(std::u16string_view source, const std::shared_ptr<Connection>& activeConnection,
               std::int32_t cursorType, std::int32_t lockType, std::int32_t options) override;
@@ -63,6 +63,7 @@ private:
     Field& item(const Variant& index);
 
     LateBound object_;
+    bool open_ = false;
     // Those handed out, whose values follow the current row. A deque, since references to them must hold.
     struct Known
     {

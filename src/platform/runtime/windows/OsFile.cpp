@@ -67,13 +67,13 @@ std::u16string nativePath(std::u16string_view path)
 // Others may read and write the file meanwhile, not delete it.
 constexpr DWORD shared = FILE_SHARE_READ | FILE_SHARE_WRITE;
 
-// For a moment's look at a file, which keeps nobody from anything.
+// A file opened for a moment's look.
 class Glimpse
 {
 public:
-    Glimpse(std::u16string_view path, DWORD access)
-        : handle_(CreateFileW(toOle(std::u16string(path).c_str()), access, shared | FILE_SHARE_DELETE,
-                              nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr))
+    Glimpse(std::u16string_view path, DWORD access, DWORD othersMay)
+        : handle_(CreateFileW(toOle(std::u16string(path).c_str()), access, othersMay, nullptr, OPEN_EXISTING,
+                              FILE_ATTRIBUTE_NORMAL, nullptr))
     {}
     ~Glimpse()
     {
@@ -180,15 +180,15 @@ void removeFile(std::u16string_view path)
 
 std::optional<FileState> stateOf(std::u16string_view path)
 {
-    const Glimpse file(path, FILE_READ_ATTRIBUTES);
+    const Glimpse file(path, FILE_READ_ATTRIBUTES, shared | FILE_SHARE_DELETE);
     return file ? stateFrom(file.get()) : std::nullopt;
 }
 
 bool isReadableFile(std::u16string_view path)
 {
-    // Opened rather than looked up: a file that its writer still keeps to itself is not there to be read yet.
-    // (A directory cannot be opened this way.)
-    return static_cast<bool>(Glimpse(path, GENERIC_READ));
+    // A file that somebody still writes or renames is not there to be read yet: opening or deleting it would
+    // fail. (A directory cannot be opened this way.)
+    return static_cast<bool>(Glimpse(path, GENERIC_READ, FILE_SHARE_READ));
 }
 
 std::u16string_view separators() noexcept

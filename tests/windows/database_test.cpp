@@ -1,0 +1,108 @@
+// The "SQL2" back end over the system's ADO, in whose place Adodb.cpp is registered.
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "../Network.h"
+#include "Site.h"
+#include "external/Ado.h"
+#include "platform/runtime/RuntimeError.h"
+#include "platform/windows/LateBound.h"
+
+namespace vqloan::test {
+namespace {
+
+std::string journal()
+{
+    return text::toUtf8(LateBound::create(L"ADODB.Connection").get(L"Journal").toText());
+}
+
+TEST(Ado, EverySituationInItsOrderOfPrecedence)
+{
+    Site site;
+    site.settings(databaseSettings("network"));
+    Client desk = site.client();
+    ASSERT_FALSE(desk.open("SQL2")) << desk.failure().description;
+    for (const Question& question : questions())
+        EXPECT_EQ(desk.ask(requestLine(question)), answerLine(question)) << question.situation;
+}
+
+TEST(Ado, IsAskedInTheOrderThatIsPublished)
+{
+    Site site;
+    Client desk = site.client();
+    journal();
+    site.settings("[SERVER]\nCONNECT=Provider=P;x\nTIMEOUT=30\nCOMMTIMEOUT=60\nCURSOR=3\nOPTIONS=16\n"
+                  "USERNAME=desk\nPASSWORD=secret\nINVENTARIO=1\n" +
+                  messages);
+    ASSERT_FALSE(desk.open("SQL2")) << desk.failure().description;
+    EXPECT_EQ(journal(), "ConnectionTimeout 30\nCommandTimeout 60\nCursorLocation 3\n"
+                         "Connection.Open \"Provider=P;x\", \"desk\", \"secret\", 16\n"
+                         "Recordset.Open \"SELECT * FROM TABBLOCCOMAT\", object, 2, 1, 1\nRecordset.Close\n");
+
+    EXPECT_EQ(desk.ask("O'1||X'Y"), "Inv. X'Y|Fondo \"O'Neill\"; --|Inv. X'Y|Disponibile|||\n");
+    EXPECT_EQ(journal(),
+              "Recordset.Open \"SELECT FLGMOVIM, DESCR FROM TABBIBLIOTECHE WHERE CODBIB = 'O''1'\", object, "
+              "2, 1, 1\n"
+              "Recordset.Close\n"
+              "Recordset.Open \"SELECT * FROM MOVIMENTI WHERE CODBIB = 'O''1' AND INVENTARIO = 'X''Y' AND "
+              "FLGCHIUSO IS NULL\", object, 2, 1, 1\n"
+              "Recordset.Open \"SELECT POSSEDUTO.*, TABBIBLIOTECHE.DESCR FROM POSSEDUTO LEFT JOIN "
+              "TABBIBLIOTECHE ON "
+              "POSSEDUTO.CODBIB = TABBIBLIOTECHE.CODBIB WHERE POSSEDUTO.CODBIB ='O''1' AND INVENTARIO = "
+              "'X''Y'\", object, 2, 1, 1\n"
+              "Recordset.Close\nRecordset.Close\n");
+    desk.object->ShutDown();
+    EXPECT_EQ(journal(), "Connection.Close\n");
+
+    site.settings("[SERVER]\nCONNECT=network\nPASSWORD=secret\n");
+    ASSERT_FALSE(desk.open("SQL2"));
+    EXPECT_EQ(journal().substr(0, 43), "Connection.Open \"network\", \"\", \"\", -1\nRecor")
+        << "nothing is set that is not configured, and no password without a user";
+}
+
+TEST(Ado, FailuresHaveTheProvidersNumberAndText)
+{
+    Site site;
+    site.settings("[SERVER]\nCONNECT=refuse\n");
+    Client desk = site.client();
+    EXPECT_TRUE(desk.open("SQL2"));
+    EXPECT_EQ(desk.failure().number, static_cast<std::int32_t>(0x80004005));
+    EXPECT_EQ(desk.failure().description, "Accesso rifiutato €");
+    EXPECT_EQ(desk.failure().source, "VQLoan.SvrODBC.OpenDatabase, 0");
+
+    const auto recordset = createRecordset();
+    const auto connection = createConnection();
+    struct Case
+    {
+        const char* what;
+        std::function<void()> call;
+        std::int32_t number;
+        const char* text;
+    } const cases[] = {
+        {"no connection", [&] { recordset->Open(u"SELECT 1", nullptr, 2, 1, 1); }, 91, "Object variable"},
+        {"no such table", [&] { recordset->Open(u"SELECT * FROM X", connection, 2, 1, 1); },
+         static_cast<std::int32_t>(0x80040E37), "no table X"},
+        {"no such column",
+         [&] {
+             recordset->Open(u"SELECT * FROM POSSEDUTO", connection, 2, 1, 1);
+             recordset->Item(u"X");
+         },
+         3265, "Item cannot be found"},
+        {"no such member", [] { LateBound::create(L"ADODB.Recordset").call(L"Supports"); }, 438,
+         "Object doesn't"},
+        {"no such class", [] { LateBound::create(L"VQLoan.Nothing"); }, 429, "ActiveX component can't"},
+    };
+    for (const Case& c : cases) {
+        try {
+            c.call();
+            ADD_FAILURE() << c.what;
+        } catch (const RuntimeError& failure) {
+            EXPECT_EQ(failure.number, c.number) << c.what;
+            EXPECT_EQ(text::toUtf8(failure.description).find(c.text), 0u) << c.what;
+        }
+    }
+}
+
+} // namespace
+} // namespace vqloan::test

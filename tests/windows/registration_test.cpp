@@ -1,0 +1,270 @@
+// The component as the system's clients find it: registered, by its name, with its type library.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <set>
+#include <thread>
+
+#include "../Network.h"
+#include "Site.h"
+#include "component/face/Members.h"
+
+namespace vqloan::test {
+namespace {
+
+// The output of a command, and what it ended with.
+std::pair<std::string, int> run(const std::wstring& command)
+{
+    FILE* const pipe = _wpopen(command.c_str(), L"r");
+    std::string output;
+    for (int c; (c = std::fgetc(pipe)) != EOF;)
+        output += static_cast<char>(c);
+    return {output, _pclose(pipe)};
+}
+
+void list(HKEY parent, const std::wstring& path, std::set<std::wstring>& found)
+{
+    HKEY key = nullptr;
+    if (RegOpenKeyExW(parent, path.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS)
+        return;
+    wchar_t name[512];
+    DWORD size;
+    for (DWORD i = 0;
+         size = std::size(name), RegEnumKeyExW(key, i, name, &size, {}, {}, {}, {}) == ERROR_SUCCESS; ++i) {
+        found.insert(path + L'\\' + name);
+        list(parent, path + L'\\' + name, found);
+    }
+    for (DWORD i = 0;
+         size = std::size(name), RegEnumValueW(key, i, name, &size, {}, {}, {}, {}) == ERROR_SUCCESS; ++i)
+        found.insert(path + L" : " + name);
+    RegCloseKey(key);
+}
+
+std::set<std::wstring> registry()
+{
+    std::set<std::wstring> found;
+    for (const wchar_t* branch : {L"CLSID", L"Interface", L"TypeLib"})
+        list(HKEY_LOCAL_MACHINE, std::wstring(L"Software\\Classes\\") + branch, found);
+    list(HKEY_LOCAL_MACHINE, L"Software\\Classes\\VQLoan.DispSvr", found);
+    list(HKEY_CURRENT_USER, L"Software\\Classes", found);
+    return found;
+}
+
+ComPtr<_DispSvr> createByName()
+{
+    CLSID clsid{};
+    ComPtr<_DispSvr> object;
+    EXPECT_EQ(CLSIDFromProgID(L"VQLoan.DispSvr", &clsid), S_OK);
+    EXPECT_EQ(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID__DispSvr, object.addressVoid()),
+              S_OK);
+    return object;
+}
+
+class Registered : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        std::filesystem::copy_file(COMPONENT_FILE, component);
+        EXPECT_EQ(run(L"regsvr32 /s \"" + component.wstring() + L"\"").second, 0);
+    }
+    void TearDown() override
+    {
+        EXPECT_EQ(run(L"regsvr32 /u /s \"" + component.wstring() + L"\"").second, 0);
+        EXPECT_EQ(registry(), before) << "exactly what was registered is gone";
+    }
+
+    const std::set<std::wstring> before = registry();
+    ScratchDirectory directory;
+    // A name that no 8-bit code page has as a whole.
+    const std::filesystem::path site = directory.path() / L"sito \u00E0\u0416";
+    const std::filesystem::path component = (create_directory(site), site / componentName);
+};
+
+TEST_F(Registered, ClientsFindItByItsName)
+{
+    write(site / "CLIENT.PAR", "XX=Non collegata\r\ncodbib=00,XX,Centrale\r\n");
+    write(site / "SvrDisp.ini", "[CONFIG]\nPATH=" + directory.path().string() + "\n[CLIENT]\nTIMEOUT=0\n" +
+                                    databaseSettings("network"));
+    const auto script =
+        std::filesystem::absolute(SOURCE_DIRECTORY L"/tests/windows/client.vbs").make_preferred();
+    EXPECT_EQ(run(L"cscript //nologo \"" + script.wstring() + L"\"").first,
+              "_DispSvr 0 [] 0\n"
+              "7000 False 0  \nCentrale|Disponibilita' non verificabile|Non collegata|/\n"
+              "SQL False 0  \nInv. 1|01|Inv. 1Nessuna risposta ||/\n"
+              "SQL2 False 0  \nColl. A 1, Inv. FREE|Civica|Coll. A 1, Inv. FREE|Disponibile|||/\n"
+              "3 xy True\n"
+              " True 94 VQLoan.SvrODBC.OpenDatabase, 0 Invalid use of Null\n"
+              "438\n");
+
+    Client desk(createByName());
+    EXPECT_FALSE(desk.open("SQL2")) << desk.failure().description;
+    EXPECT_EQ(desk.ask("01||FREE"), "Inv. FREE|Civica|Inv. FREE|Disponibile|||\n");
+}
+
+// The class object is asked for on each thread, and so are the thread's helpers: what fails on one is not
+// told on the other. An object of one apartment is reached from another through the marshaler that its
+// registered type library describes it to.
+TEST_F(Registered, EachApartmentHasItsOwn)
+{
+    Client desk(createByName());
+    EXPECT_TRUE(desk.open("7000")) << "no CLIENT.PAR";
+    EXPECT_EQ(desk.failure().number, 53);
+
+    // wine's marshaler looks for type libraries under locale 0 alone, and reads their paths in the code page.
+    const wchar_t neutral[] = L"Software\\Classes\\TypeLib\\{8799B811-FC05-11D2-B120-00A024677534}\\4.0\\0";
+    std::wstring file(MAX_PATH, L'\0');
+    file.resize(GetShortPathNameW(component.c_str(), file.data(), MAX_PATH));
+    RegSetKeyValueW(HKEY_LOCAL_MACHINE, (std::wstring(neutral) + L"\\win64").c_str(), nullptr, REG_SZ,
+                    file.c_str(), static_cast<DWORD>((file.size() + 1) * sizeof(wchar_t)));
+
+    IStream* stream = nullptr;
+    ASSERT_EQ(CoMarshalInterThreadInterfaceInStream(IID__DispSvr, desk.object.get(), &stream), S_OK);
+    std::atomic<bool> done = false;
+    std::thread other([&] {
+        CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+        {
+            EXPECT_EQ(Client(createByName()).failure().number, 0) << "its own record";
+            ComPtr<_DispSvr> proxy;
+            EXPECT_EQ(CoGetInterfaceAndReleaseStream(stream, IID__DispSvr, proxy.addressVoid()), S_OK);
+            if (proxy) {
+                EXPECT_NE(proxy.get(), desk.object.get()) << "not called on the wrong thread";
+                LONG number = 0;
+                EXPECT_EQ(proxy->ErrNumber(&number), S_OK);
+                EXPECT_EQ(number, 53) << "the record of the object's thread";
+                EXPECT_EQ(proxy->put_BibPosse(Bstr(u"zz").get()), S_OK);
+            }
+        }
+        CoUninitialize();
+        done = true;
+    });
+    while (!done) {
+        MSG message;
+        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE))
+            DispatchMessageW(&message);
+        Sleep(1);
+    }
+    other.join();
+    RegDeleteTreeW(HKEY_LOCAL_MACHINE, neutral);
+    EXPECT_EQ(desk.ownLibrary(), "zz");
+}
+
+// A by-reference type is written as the pointer to it.
+VARTYPE typeOf(const TYPEDESC& type)
+{
+    if (type.vt == VT_PTR)
+        return static_cast<VARTYPE>(VT_BYREF | type.lptdesc->vt);
+    return type.vt;
+}
+
+TEST_F(Registered, TheTypeLibrarySaysWhatTheObjectDoes)
+{
+    ComPtr<ITypeLib> library;
+    ASSERT_EQ(LoadRegTypeLib(LIBID_VQLoan, 4, 0, 0x0409, library.address()), S_OK);
+    Bstr name, help;
+    ASSERT_EQ(library->GetDocumentation(-1, name.address(), help.address(), nullptr, nullptr), S_OK);
+    EXPECT_EQ(name.view(), u"VQLoan");
+    EXPECT_EQ(help.view(), u"Server Disponibilità");
+    TLIBATTR* attributes = nullptr;
+    ASSERT_EQ(library->GetLibAttr(&attributes), S_OK);
+    EXPECT_EQ(attributes->guid, LIBID_VQLoan);
+    EXPECT_EQ(std::pair(attributes->wMajorVerNum, attributes->wMinorVerNum), std::pair(WORD{4}, WORD{0}));
+    EXPECT_EQ(attributes->lcid, 0x0409u);
+    library->ReleaseTLibAttr(attributes);
+    EXPECT_EQ(library->GetTypeInfoCount(), 2u);
+
+    ComPtr<ITypeInfo> coclass;
+    ASSERT_EQ(library->GetTypeInfoOfGuid(CLSID_DispSvr, coclass.address()), S_OK);
+    TYPEATTR* type = nullptr;
+    ASSERT_EQ(coclass->GetTypeAttr(&type), S_OK);
+    EXPECT_EQ(type->typekind, TKIND_COCLASS);
+    EXPECT_EQ(type->wTypeFlags, TYPEFLAG_FCANCREATE);
+    EXPECT_EQ(type->cImplTypes, 1);
+    coclass->ReleaseTypeAttr(type);
+
+    // What the object itself hands out is the dispatch side of the dual interface.
+    const auto object = createByName();
+    ComPtr<ITypeInfo> dispatch, described;
+    ASSERT_EQ(object->GetTypeInfo(0, 0, dispatch.address()), S_OK);
+    ASSERT_EQ(dispatch->GetTypeAttr(&type), S_OK);
+    EXPECT_EQ(type->guid, IID__DispSvr);
+    EXPECT_EQ(type->typekind, TKIND_DISPATCH);
+    dispatch->ReleaseTypeAttr(type);
+
+    HREFTYPE reference = 0;
+    ASSERT_EQ(dispatch->GetRefTypeOfImplType(static_cast<UINT>(-1), &reference), S_OK);
+    ASSERT_EQ(dispatch->GetRefTypeInfo(reference, described.address()), S_OK);
+    ASSERT_EQ(described->GetTypeAttr(&type), S_OK);
+    EXPECT_EQ(type->typekind, TKIND_INTERFACE);
+    EXPECT_EQ(type->wTypeFlags, TYPEFLAG_FHIDDEN | TYPEFLAG_FDUAL | TYPEFLAG_FNONEXTENSIBLE |
+                                    TYPEFLAG_FOLEAUTOMATION | TYPEFLAG_FDISPATCHABLE);
+    ASSERT_EQ(type->cFuncs, members.size());
+    described->ReleaseTypeAttr(type);
+
+    for (std::size_t i = 0; i < members.size(); ++i) {
+        const Member& member = members[i];
+        const std::string what = text::toUtf8(member.name) + " " + std::to_string(i);
+        FUNCDESC* function = nullptr;
+        ASSERT_EQ(described->GetFuncDesc(static_cast<UINT>(i), &function), S_OK);
+        EXPECT_EQ(function->memid, member.id) << what;
+        EXPECT_EQ(function->invkind, static_cast<int>(member.kind)) << what;
+        EXPECT_EQ(static_cast<std::size_t>(function->oVft), (firstSlot + i) * sizeof(void*)) << what;
+        EXPECT_EQ(function->elemdescFunc.tdesc.vt, VT_HRESULT) << what;
+
+        BSTR names[maxParameters + 2] = {};
+        UINT count = 0;
+        described->GetNames(function->memid, names, static_cast<UINT>(std::size(names)), &count);
+        EXPECT_EQ(viewOf(names[0]), member.name) << what;
+        const std::size_t given = member.parameterCount();
+        ASSERT_EQ(static_cast<std::size_t>(function->cParams), given + (member.result != VT_EMPTY)) << what;
+        for (std::size_t p = 0; p < given; ++p) {
+            const Parameter& parameter = member.parameterSlots[p];
+            const ELEMDESC& actual = function->lprgelemdescParam[p];
+            const bool byReference = parameter.passing != Passing::in;
+            EXPECT_EQ(typeOf(actual.tdesc), byReference ? VT_BYREF | parameter.type : parameter.type) << what;
+            EXPECT_EQ(actual.paramdesc.wParamFlags,
+                      PARAMFLAG_FIN | (byReference ? PARAMFLAG_FOUT : 0) |
+                          (parameter.passing == Passing::optionalInOut ? PARAMFLAG_FOPT : 0))
+                << what;
+            if (!parameter.name.empty()) {
+                EXPECT_EQ(viewOf(names[p + 1]), parameter.name) << what;
+            }
+        }
+        if (member.result != VT_EMPTY) {
+            const ELEMDESC& actual = function->lprgelemdescParam[given];
+            EXPECT_EQ(typeOf(actual.tdesc), VT_BYREF | member.result) << what;
+            EXPECT_EQ(actual.paramdesc.wParamFlags, PARAMFLAG_FOUT | PARAMFLAG_FRETVAL) << what;
+        }
+        std::ranges::for_each(names, SysFreeString);
+        described->ReleaseFuncDesc(function);
+    }
+}
+
+// A program that has the component described in a manifest needs no registration.
+TEST(Manifest, ServesInTheRegistrysPlace)
+{
+    const ScratchDirectory directory;
+    std::filesystem::copy_file(COMPONENT_FILE, directory / componentName);
+    std::filesystem::copy_file(std::filesystem::path(COMPONENT_FILE).replace_filename("VQLoan.manifest"),
+                               directory / "VQLoan.manifest");
+    CLSID clsid{};
+    EXPECT_NE(CLSIDFromProgID(L"VQLoan.DispSvr", &clsid), S_OK) << "not registered";
+
+    const std::wstring file = (directory / "VQLoan.manifest").wstring();
+    ACTCTXW described{};
+    described.cbSize = sizeof described;
+    described.lpSource = file.c_str();
+    const HANDLE context = CreateActCtxW(&described);
+    ASSERT_NE(context, INVALID_HANDLE_VALUE) << GetLastError();
+    ULONG_PTR cookie = 0;
+    ASSERT_TRUE(ActivateActCtx(context, &cookie));
+    EXPECT_EQ(Client(createByName()).kind(), 0);
+    DeactivateActCtx(0, cookie);
+    ReleaseActCtx(context);
+    CoFreeUnusedLibraries();
+}
+
+} // namespace
+} // namespace vqloan::test
