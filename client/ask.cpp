@@ -108,23 +108,34 @@ private:
 
 // --- Asking ---
 
+// Whether the component recorded why a line failed. What it recorded for an earlier line stays, and so must
+// not be looked at for a message that the gateway sent, or for a line without an inventory number.
+bool isRecorded(Kind kind, std::u16string_view message)
+{
+    switch (kind) {
+    case Kind::database:
+        return message.starts_with(u"ERRORE: ");
+    case Kind::gateway:
+        return message == u"Errore nei parametri";
+    case Kind::host:
+        return message.empty();
+    }
+    return false;
+}
+
 // Lines are asked one by one: within one call the component moves the lines of its own library to the front
 // and sorts those of the "7000" back end, and an answer does not always tell which line it belongs to.
 Answer askLine(Component& component, Kind kind, const std::u16string& request,
                std::optional<Failure>& recorded)
 {
-    // The component's own failures are recorded; a message that the gateway sent is not.
-    constexpr std::u16string_view exchangeFailed = u"Errore nei parametri";
     const std::u16string block = component.answer(request + u"\r\n");
     Answer answer;
     if (block.ends_with(u"\r\n"))
         answer = takeApart(kind, std::u16string_view(block).substr(0, block.size() - 2));
     if (answer.outcome != Outcome::failure)
         return answer;
-    const bool ours = kind != Kind::gateway || answer.availability == exchangeFailed || block.empty();
-    const Failure failure = ours ? component.lastFailure() : Failure{};
-    if (failure.number != 0 || !failure.source.empty())
-        recorded = failure;
+    if (block.empty() || isRecorded(kind, answer.availability))
+        recorded = component.lastFailure();
     if (answer.availability.empty())
         answer.availability = recorded ? text::fromUtf8(recorded->description) : u"no answer";
     return answer;
@@ -199,7 +210,7 @@ Counts askEach(Component& component, Kind kind, const std::vector<std::u16string
         counts.add(answer.outcome);
         if (answer.outcome == Outcome::failure) {
             progress.clear();
-            std::cerr << "vqloan: line " << i + 1 << ": "
+            std::cerr << "vqloan: request " << i + 1 << ": "
                       << (recorded ? recorded->text() : text::toUtf8(answer.availability)) << '\n';
         }
         printer.line(split(requests[i], u"\t"), answer);
@@ -241,7 +252,7 @@ void askBlock(Component& component, Kind kind, const std::vector<std::u16string>
         askBlock(component, kind, requests, middle, last, counts);
     } else {
         ++counts.failed;
-        std::cerr << "vqloan: line " << first + 1 << ": " << component.lastFailure().text() << '\n';
+        std::cerr << "vqloan: request " << first + 1 << ": " << component.lastFailure().text() << '\n';
     }
 }
 

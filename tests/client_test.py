@@ -128,7 +128,9 @@ class Ask(Site):
         row = self.rows("SQL", status=1)[0]
         self.assertEqual((row["outcome"], row["availability"]), ("failure", "Errore nei parametri"))
         failed = self.ask("SQL", "--format=table", "--library=01", "--inventory=KA000002", status=1)
-        self.assertRegex(failed.stderr.decode(), r"line 1: 76 Path not found \(SvrODBC\.CallSql")
+        self.assertRegex(failed.stderr.decode(), r"request 1: 76 Path not found \(SvrODBC\.CallSql")
+        failed = self.ask("SQL2", "--format=table", "--library=01", status=1)  # no inventory number
+        self.assertIn(b"request 1: no answer", failed.stderr)
         (self.site / "library.db").unlink()
         self.assertIn(b"library.db", self.ask("SQL2", text=b"01\t\t1\n", status=2).stderr)
 
@@ -210,7 +212,13 @@ class Serving(Site):
             request.write(b"01,00\r\n")
         await_true((gateway / "ZSQL_009.CL2").exists, "the answer to a request in pieces")
         self.assertIn(b"Disponibile", (gateway / "ZSQL_009.CL2").read_bytes())
-        self.assertIn(b"Answered 12 requests", self.end(server, signal.SIGINT))
+        clients = [f"{client:03}" for client in range(100, 120)]
+        for client in clients:
+            (gateway / f"ZSQL_{client}.CL1").write_bytes(b"WL,KA000001,00\r\n")
+        for client in clients:
+            await_true((gateway / f"ZSQL_{client}.CL2").exists, f"the answer to client {client}")
+            (gateway / f"ZSQL_{client}.CL2").unlink()
+        self.assertIn(b"Answered 32 requests", self.end(server, signal.SIGINT))
         self.assertEqual(sorted(os.listdir(gateway)), ["ZSQL_009.CL2", "ZSQL_042.CL2"])
 
     def test_gateway_whose_database_goes_and_comes_back(self):
