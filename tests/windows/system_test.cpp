@@ -1,0 +1,109 @@
+// Files and settings as the system keeps them.
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "Site.h"
+#include "external/SysTools.h"
+#include "platform/runtime/OsFile.h"
+#include "platform/runtime/OsProcess.h"
+#include "platform/runtime/RuntimeError.h"
+#include "platform/runtime/TextFiles.h"
+
+namespace vqloan::test {
+namespace {
+
+int numberOf(const std::function<void()>& step, DWORD* systemError = nullptr)
+{
+    try {
+        step();
+        return 0;
+    } catch (const RuntimeError& failure) {
+        if (systemError)
+            *systemError = static_cast<DWORD>(failure.lastDllError);
+        return failure.number;
+    }
+}
+
+TEST(System, FileFailuresAreTheRuntimes)
+{
+    const ScratchDirectory directory;
+    const auto path = [&](const char* name) { return (directory / name).u16string(); };
+    write(directory / "held", "x");
+    write(directory / "fixed", "x");
+    SetFileAttributesW((directory / "fixed").c_str(), FILE_ATTRIBUTE_READONLY);
+    create_directory(directory / "folder");
+    const HANDLE held =
+        CreateFileW((directory / "held").c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    const auto opens = [&](const char* name) { return [=] { files::openForReading(1, path(name)); }; };
+    const auto creates = [&](const char* name) { return [=] { files::openForWriting(1, path(name)); }; };
+    const auto removes = [&](const char* name) { return [=] { files::remove(path(name)); }; };
+    struct Case
+    {
+        const char* what;
+        std::function<void()> step;
+        int number;
+        DWORD systemError;
+    } const cases[] = {
+        {"no file", opens("none"), 53, ERROR_FILE_NOT_FOUND},
+        {"no directory", opens("none\\x"), 76, ERROR_PATH_NOT_FOUND},
+        {"a directory", opens("folder"), 75, ERROR_ACCESS_DENIED},
+        {"kept by another", opens("held"), 70, ERROR_SHARING_VIOLATION},
+        {"no name", opens("a<b"), 52, ERROR_INVALID_NAME},
+        {"write: no directory", creates("none\\x"), 76, ERROR_PATH_NOT_FOUND},
+        {"write: a directory", creates("folder"), 75, ERROR_ACCESS_DENIED},
+        {"write: kept by another", creates("held"), 70, ERROR_SHARING_VIOLATION},
+        {"delete: no file", removes("none"), 53, ERROR_FILE_NOT_FOUND},
+        {"delete: a directory", removes("folder"), 75, ERROR_ACCESS_DENIED},
+        {"delete: read-only", removes("fixed"), 75, ERROR_ACCESS_DENIED},
+        {"delete: kept by another", removes("held"), 70, ERROR_SHARING_VIOLATION},
+    };
+    for (const Case& c : cases) {
+        DWORD systemError = 0;
+        EXPECT_EQ(numberOf(c.step, &systemError), c.number) << c.what;
+        EXPECT_EQ(systemError, c.systemError) << c.what;
+        files::closeAll();
+    }
+    EXPECT_FALSE(os::isReadableFile(path("held"))) << "its writer has not let go of it";
+    CloseHandle(held);
+    EXPECT_TRUE(os::isReadableFile(path("held")));
+    EXPECT_FALSE(os::isReadableFile(path("folder")));
+    SetFileAttributesW((directory / "fixed").c_str(), FILE_ATTRIBUTE_NORMAL);
+}
+
+TEST(System, EnvironmentAndErrorTexts)
+{
+    const std::u16string longValue(5000, u'\u0416');
+    SetEnvironmentVariableW(L"VQLOAN_TEST_LONG", toOle(longValue.c_str()));
+    SetEnvironmentVariableW(L"VQLOAN_TEST_EMPTY", L"");
+    EXPECT_EQ(os::environmentVariable(u"VQLOAN_TEST_LONG"), longValue);
+    EXPECT_EQ(os::environmentVariable(u"VQLOAN_TEST_EMPTY"), u"");
+    EXPECT_EQ(os::environmentVariable(u"VQLOAN_TEST_NONE"), std::nullopt);
+    EXPECT_EQ(os::errorMessage(ERROR_FILE_NOT_FOUND), u"File not found.");
+    EXPECT_EQ(text::toCodePage(u"\u00E0\u20AC\u4E2D\U0001F4D6x"), GetACP() == 1252 ? "\xE0\x80??x" : "");
+}
+
+// The stand-in's reading of a settings file and the system's own, key by key.
+TEST(System, SettingsReadAsTheSystemReadsThem)
+{
+    const ScratchDirectory directory;
+    const auto file = directory / "SvrDisp.ini";
+    write(file,
+          "; comment\r\n[SERVER]\r\nPLAIN=value\r\n blanks = in the middle \r\nQUOTED=\" a \"\r\n"
+          "SINGLE=' b '\r\nHALF=\"x\r\nEMPTY=\r\n;HIDDEN=1\r\nSIGNS=a=b;c\r\nplain=second\r\nANSI=gi\xE0\r\n"
+          "NOVALUE\r\n[OTHER]\r\nPLAIN=other\r\n[server]\r\nLATE=x\r\n");
+    auto ini = createIniFile();
+    ini->SetFile(file.u16string());
+    for (const char16_t* section : {u"SERVER", u"server", u"OTHER", u"NONE"})
+        for (const char16_t* key : {u"PLAIN", u"plain", u"BLANKS", u"QUOTED", u"SINGLE", u"HALF", u"EMPTY",
+                                    u"HIDDEN", u"SIGNS", u"ANSI", u"NOVALUE", u"LATE", u"NONE"}) {
+            wchar_t value[256];
+            GetPrivateProfileStringW(toOle(section), toOle(key), L"default", value, 256, file.c_str());
+            EXPECT_EQ(sysTools().ReadIni(Variant(section), Variant(key), Variant(u"default"), ini).toText(),
+                      toText(value))
+                << text::toUtf8(section) << " " << text::toUtf8(key);
+        }
+}
+
+} // namespace
+} // namespace vqloan::test
