@@ -1,12 +1,106 @@
+#include "platform/ado/odbc/OdbcSession.h"
+
+#include <algorithm>
+
 #include "platform/ado/AdoFailure.h"
-#include "platform/ado/Provider.h"
+#include "platform/ado/odbc/OdbcConnectionText.h"
+#include "platform/ado/odbc/OdbcFailure.h"
 
 namespace vqloan {
 
-// The provider is being written; until it is there an ODBC connection is refused.
-std::shared_ptr<Session> openOdbc(const OpenRequest&)
+namespace {
+
+// The component runs four shapes.
+constexpr std::size_t statementsKept = 16;
+
+} // namespace
+
+std::shared_ptr<Session> openOdbc(const OpenRequest& request)
 {
-    throw ado::providerNotFound(u"MSDASQL");
+    return std::make_shared<OdbcSession>(odbc::connectionText(request), request.timeLimit);
+}
+
+OdbcSession::OdbcSession(const std::u16string& connectionText, std::int32_t timeLimit)
+    : environment_(SQL_NULL_HANDLE)
+{
+    SQLSetEnvAttr(environment_.get(), SQL_ATTR_ODBC_VERSION, odbc::number(SQL_OV_ODBC3), 0);
+    database_ = odbc::Database(environment_.get());
+    SQLSetConnectAttr(database_.get(), SQL_ATTR_LOGIN_TIMEOUT,
+                      odbc::number(static_cast<std::uintptr_t>(timeLimit)), 0);
+    SQLSetConnectAttr(database_.get(), SQL_ATTR_ACCESS_MODE, odbc::number(SQL_MODE_READ_ONLY), 0);
+    if (!SQL_SUCCEEDED(SQLDriverConnectW(database_.get(), nullptr, odbc::wide(connectionText.data()),
+                                         static_cast<SQLSMALLINT>(connectionText.size()), nullptr, 0, nullptr,
+                                         SQL_DRIVER_NOPROMPT)))
+        throw odbc::openFailure(database_);
+    isOpen_ = true;
+}
+
+void OdbcSession::close() noexcept
+{
+    statements_.clear();
+    if (isOpen_)
+        SQLDisconnect(database_.get());
+    isOpen_ = false;
+}
+
+// A kept statement may be out of date when the schema has changed, and a database may want a literal where
+// another takes a parameter. So a statement that is refused is tried in the next form, and the last form's
+// failure counts.
+CursorOwner OdbcSession::run(std::u16string_view text, std::int32_t timeLimit)
+{
+    for (const auto form : {&OdbcSession::runKept, &OdbcSession::runWithParameters}) {
+        try {
+            if (CursorOwner cursor = (this->*form)(text, timeLimit))
+                return cursor;
+        } catch (const RuntimeError& error) {
+            if (error.number != ado::statementFailed)
+                throw;
+        }
+    }
+    if (text.find(u'\0') != text.npos)
+        throw RuntimeError(ado::statementFailed, u"The statement holds a character of code 0.",
+                           std::u16string(odbc::source));
+    return runNew(StatementShape::asItIs(text), text, timeLimit);
+}
+
+// Null when there is no such statement.
+CursorOwner OdbcSession::runKept(std::u16string_view text, std::int32_t timeLimit)
+{
+    const auto kept = std::find_if(statements_.begin(), statements_.end(), [&](const auto& statement) {
+        return statement->shape().matches(text, literals_);
+    });
+    if (kept == statements_.end())
+        return nullptr;
+    try {
+        return (*kept)->run(literals_, timeLimit);
+    } catch (...) {
+        statements_.erase(kept);
+        throw;
+    }
+}
+
+// Null when the statement has no values, or would mean something else with parameters.
+CursorOwner OdbcSession::runWithParameters(std::u16string_view text, std::int32_t timeLimit)
+{
+    StatementShape shape = StatementShape::of(text);
+    if (shape.parameterCount() == 0)
+        return nullptr;
+    CursorOwner cursor = runNew(std::move(shape), text, timeLimit);
+    if (!cursor->columns().anyHolds(u'?'))
+        return cursor;
+    statements_.pop_back(); // a column without an alias is called after its text
+    return nullptr;
+}
+
+CursorOwner OdbcSession::runNew(StatementShape shape, std::u16string_view text, std::int32_t timeLimit)
+{
+    shape.matches(text, literals_);
+    auto statement = std::make_unique<OdbcStatement>(database_, std::move(shape));
+    CursorOwner cursor = statement->run(literals_, timeLimit);
+    if (statements_.size() == statementsKept)
+        statements_.erase(statements_.begin());
+    statements_.push_back(std::move(statement));
+    return cursor;
 }
 
 } // namespace vqloan

@@ -1,0 +1,33 @@
+// The rows of one statement, read whole.
+#pragma once
+
+#include <vector>
+
+#include "platform/ado/Provider.h"
+#include "platform/ado/odbc/OdbcHandle.h"
+
+namespace vqloan {
+
+// Reads everything at once: not every driver runs a statement while another's rows are still being read.
+// Values: integers and decimals without a fraction as the narrowest of 32 and 64 bits that holds them, other
+// decimals as a real where that loses nothing and else as text, dates as dates where automation has them and
+// else as text, bytes as the text that they are (UTF-8 or else the code page), all other types as text,
+// blanks at the end included.
+class OdbcResult final : public Cursor
+{
+public:
+    // What the statement has just been executed to; afterwards the statement is free for the next run.
+    explicit OdbcResult(const odbc::Statement& statement);
+
+    bool next() override;
+    const ColumnNames& columns() const override { return columns_; }
+    Variant value(std::size_t column) override { return values_[(row_ - 1) * columns_.count() + column]; }
+    void end() noexcept override { delete this; }
+
+private:
+    ColumnNames columns_;
+    std::vector<Variant> values_; // row by row
+    std::size_t row_ = 0;         // from 1
+};
+
+} // namespace vqloan

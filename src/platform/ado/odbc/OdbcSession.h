@@ -1,0 +1,38 @@
+// Any database that has an ODBC driver.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/ado/Provider.h"
+#include "platform/ado/odbc/OdbcStatement.h"
+
+namespace vqloan {
+
+// Compiled statements are kept by shape. A connection that is lost stays open: each statement fails with the
+// cause until the client closes it, as a client that asks only for the state could not tell it from one never
+// opened.
+class OdbcSession final : public Session
+{
+public:
+    OdbcSession(const std::u16string& connectionText, std::int32_t timeLimit);
+    ~OdbcSession() override { close(); }
+
+    CursorOwner run(std::u16string_view statement, std::int32_t timeLimit) override;
+    bool isOpen() const noexcept override { return isOpen_; }
+    void close() noexcept override;
+
+private:
+    CursorOwner runKept(std::u16string_view text, std::int32_t timeLimit);
+    CursorOwner runWithParameters(std::u16string_view text, std::int32_t timeLimit);
+    CursorOwner runNew(StatementShape shape, std::u16string_view text, std::int32_t timeLimit);
+
+    odbc::Environment environment_;
+    odbc::Database database_;
+    bool isOpen_ = false;
+    std::vector<std::unique_ptr<OdbcStatement>> statements_; // the oldest in front
+    std::vector<std::u16string_view> literals_;              // of the statement that is about to run
+};
+
+} // namespace vqloan

@@ -1,0 +1,79 @@
+#include "platform/ado/odbc/OdbcStatement.h"
+
+#include <algorithm>
+
+#include "platform/ado/odbc/OdbcFailure.h"
+#include "platform/ado/odbc/OdbcResult.h"
+#include "platform/runtime/Text.h"
+
+namespace vqloan {
+
+namespace {
+
+// A character of code 0 would end the value in many drivers, and then a part of it would be looked for; no
+// text server holds one. What no encoding can carry becomes the replacement character too.
+std::u16string toValue(std::u16string_view literal)
+{
+    std::u16string value = unquoted(literal);
+    std::replace(value.begin(), value.end(), u'\0', u'\uFFFD');
+    const auto isSurrogate = [](char16_t c) { return (c & 0xF800) == 0xD800; };
+    if (std::any_of(value.begin(), value.end(), isSurrogate))
+        value = text::fromUtf8(text::toUtf8(value));
+    return value;
+}
+
+} // namespace
+
+OdbcStatement::OdbcStatement(const odbc::Database& database, StatementShape shape)
+    : shape_(std::move(shape)), handle_(database.get()), values_(shape_.parameterCount()),
+      lengths_(shape_.parameterCount())
+{
+    const std::u16string statement = shape_.withParameters();
+    odbc::check(
+        SQLPrepareW(handle_.get(), odbc::wide(statement.data()), static_cast<SQLINTEGER>(statement.size())),
+        handle_);
+}
+
+CursorOwner OdbcStatement::run(const std::vector<std::u16string_view>& literals, std::int32_t timeLimit)
+{
+    // Whatever happens, the next run must find the cursor closed.
+    struct Closing
+    {
+        SQLHANDLE statement;
+        ~Closing() { SQLFreeStmt(statement, SQL_CLOSE); }
+    };
+    limitTime(timeLimit);
+    bind(literals);
+    const Closing closing{handle_.get()};
+    const SQLRETURN result = SQLExecute(handle_.get());
+    if (result != SQL_NO_DATA)
+        odbc::check(result, handle_);
+    return CursorOwner(new OdbcResult(handle_));
+}
+
+// Values go as narrow text, which is what a literal in the statement is to the server: it compares them with
+// a column as it would compare the literal, blanks at the end of a CHAR column included.
+void OdbcStatement::bind(const std::vector<std::u16string_view>& literals)
+{
+    for (std::size_t i = 0; i < values_.size(); ++i) {
+        values_[i] = toValue(literals[i]);
+        lengths_[i] = static_cast<SQLLEN>(values_[i].size() * sizeof(char16_t));
+        const SQLULEN columnSize = std::max<std::size_t>(values_[i].size(), 1);
+        odbc::check(SQLBindParameter(handle_.get(), static_cast<SQLUSMALLINT>(i + 1), SQL_PARAM_INPUT,
+                                     SQL_C_WCHAR, SQL_VARCHAR, columnSize, 0, values_[i].data(), lengths_[i],
+                                     &lengths_[i]),
+                    handle_);
+    }
+}
+
+void OdbcStatement::limitTime(std::int32_t seconds) noexcept
+{
+    if (seconds == timeLimit_)
+        return;
+    timeLimit_ = seconds;
+    // A driver that knows no time limit says so here, and the statement runs without.
+    SQLSetStmtAttr(handle_.get(), SQL_ATTR_QUERY_TIMEOUT, odbc::number(static_cast<std::uintptr_t>(seconds)),
+                   0);
+}
+
+} // namespace vqloan

@@ -1,0 +1,35 @@
+// One compiled statement of a database behind ODBC.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/ado/Provider.h"
+#include "platform/ado/StatementShape.h"
+#include "platform/ado/odbc/OdbcHandle.h"
+
+namespace vqloan {
+
+class OdbcStatement
+{
+public:
+    OdbcStatement(const odbc::Database& database, StatementShape shape);
+
+    const StatementShape& shape() const noexcept { return shape_; }
+    // Runs it and reads its result, after which it can run again.
+    CursorOwner run(const std::vector<std::u16string_view>& literals, std::int32_t timeLimit);
+
+private:
+    void bind(const std::vector<std::u16string_view>& literals);
+    void limitTime(std::int32_t seconds) noexcept;
+
+    StatementShape shape_;
+    odbc::Statement handle_;
+    std::int32_t timeLimit_ = 0;
+    std::vector<std::u16string> values_; // bound: the driver reads them while the statement runs
+    std::vector<SQLLEN> lengths_;        // of the values, in bytes; bound as well
+};
+
+} // namespace vqloan
