@@ -96,7 +96,7 @@ public:
             return get(column, SQL_C_DOUBLE, number) ? Variant(number) : Variant::null();
         }
         case Kind::Decimal: {
-            const auto digits = whole<char16_t>(column, SQL_C_WCHAR);
+            const auto digits = wholeText(column);
             return digits ? decimal(*digits) : Variant::null();
         }
         case Kind::Date:

@@ -1,6 +1,7 @@
 #include "platform/ado/odbc/OdbcSession.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "platform/ado/AdoFailure.h"
 #include "platform/ado/odbc/OdbcConnectionText.h"
@@ -12,6 +13,29 @@ namespace {
 
 // The component runs four shapes.
 constexpr std::size_t statementsKept = 16;
+
+// The driver manager cuts each character down to a byte for a driver without wide functions, and some become
+// quotes then. Only asking shows it.
+bool takesWideText(const odbc::Database& database)
+{
+    constexpr std::u16string_view probe = u"SELECT '\u0127'"; // its lower byte is a quote
+    char16_t returned[64] = {};
+    SQLINTEGER length = 0;
+    return SQL_SUCCEEDED(SQLNativeSqlW(database.get(), odbc::wide(probe.data()),
+                                       static_cast<SQLINTEGER>(probe.size()), odbc::wide(returned),
+                                       static_cast<SQLINTEGER>(std::size(returned)), &length)) &&
+           returned == probe;
+}
+
+bool isAscii(std::u16string_view text)
+{
+    return std::all_of(text.begin(), text.end(), [](char16_t c) { return c < 128; });
+}
+
+RuntimeError refused(std::u16string_view why)
+{
+    return {ado::statementFailed, std::u16string(why), std::u16string(odbc::source)};
+}
 
 } // namespace
 
@@ -33,6 +57,7 @@ OdbcSession::OdbcSession(const std::u16string& connectionText, std::int32_t time
                                          SQL_DRIVER_NOPROMPT)))
         throw odbc::openFailure(database_);
     isOpen_ = true;
+    takesWideText_ = takesWideText(database_);
 }
 
 void OdbcSession::close() noexcept
@@ -48,6 +73,8 @@ void OdbcSession::close() noexcept
 // failure counts.
 CursorOwner OdbcSession::run(std::u16string_view text, std::int32_t timeLimit)
 {
+    if (!takesWideText_ && !isAscii(text))
+        throw refused(u"The ODBC driver takes no text beyond ASCII; its Unicode variant does.");
     for (const auto form : {&OdbcSession::runKept, &OdbcSession::runWithParameters}) {
         try {
             if (CursorOwner cursor = (this->*form)(text, timeLimit))
@@ -58,8 +85,7 @@ CursorOwner OdbcSession::run(std::u16string_view text, std::int32_t timeLimit)
         }
     }
     if (text.find(u'\0') != text.npos)
-        throw RuntimeError(ado::statementFailed, u"The statement holds a character of code 0.",
-                           std::u16string(odbc::source));
+        throw refused(u"The statement holds a character of code 0.");
     return runNew(StatementShape::asItIs(text), text, timeLimit);
 }
 
@@ -95,7 +121,7 @@ CursorOwner OdbcSession::runWithParameters(std::u16string_view text, std::int32_
 CursorOwner OdbcSession::runNew(StatementShape shape, std::u16string_view text, std::int32_t timeLimit)
 {
     shape.matches(text, literals_);
-    auto statement = std::make_unique<OdbcStatement>(database_, std::move(shape));
+    auto statement = std::make_unique<OdbcStatement>(database_, std::move(shape), takesWideText_);
     CursorOwner cursor = statement->run(literals_, timeLimit);
     if (statements_.size() == statementsKept)
         statements_.erase(statements_.begin());

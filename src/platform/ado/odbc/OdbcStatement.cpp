@@ -24,9 +24,9 @@ std::u16string toValue(std::u16string_view literal)
 
 } // namespace
 
-OdbcStatement::OdbcStatement(const odbc::Database& database, StatementShape shape)
-    : shape_(std::move(shape)), handle_(database.get()), values_(shape_.parameterCount()),
-      lengths_(shape_.parameterCount())
+OdbcStatement::OdbcStatement(const odbc::Database& database, StatementShape shape, bool takesWideText)
+    : shape_(std::move(shape)), handle_(database.get()), takesWideText_(takesWideText),
+      values_(shape_.parameterCount()), narrow_(shape_.parameterCount()), lengths_(shape_.parameterCount())
 {
     const std::u16string statement = shape_.withParameters();
     odbc::check(
@@ -57,10 +57,17 @@ void OdbcStatement::bind(const std::vector<std::u16string_view>& literals)
 {
     for (std::size_t i = 0; i < values_.size(); ++i) {
         values_[i] = toValue(literals[i]);
-        lengths_[i] = static_cast<SQLLEN>(values_[i].size() * sizeof(char16_t));
-        const SQLULEN columnSize = std::max<std::size_t>(values_[i].size(), 1);
+        SQLPOINTER value = values_[i].data();
+        std::size_t bytes = values_[i].size() * sizeof(char16_t);
+        if (!takesWideText_) {
+            narrow_[i] = text::toUtf8(values_[i]);
+            value = narrow_[i].data();
+            bytes = narrow_[i].size();
+        }
+        lengths_[i] = static_cast<SQLLEN>(bytes);
         odbc::check(SQLBindParameter(handle_.get(), static_cast<SQLUSMALLINT>(i + 1), SQL_PARAM_INPUT,
-                                     SQL_C_WCHAR, SQL_VARCHAR, columnSize, 0, values_[i].data(), lengths_[i],
+                                     takesWideText_ ? SQL_C_WCHAR : SQL_C_CHAR, SQL_VARCHAR,
+                                     std::max<std::size_t>(values_[i].size(), 1), 0, value, lengths_[i],
                                      &lengths_[i]),
                     handle_);
     }

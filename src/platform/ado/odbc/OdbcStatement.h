@@ -15,7 +15,8 @@ namespace vqloan {
 class OdbcStatement
 {
 public:
-    OdbcStatement(const odbc::Database& database, StatementShape shape);
+    // A driver that does not take wide text gets the values as narrow text.
+    OdbcStatement(const odbc::Database& database, StatementShape shape, bool takesWideText);
 
     const StatementShape& shape() const noexcept { return shape_; }
     // Runs it and reads its result, after which it can run again.
@@ -28,7 +29,9 @@ private:
     StatementShape shape_;
     odbc::Statement handle_;
     std::int32_t timeLimit_ = 0;
+    bool takesWideText_;
     std::vector<std::u16string> values_; // bound: the driver reads them while the statement runs
+    std::vector<std::string> narrow_;    // the same for a driver that wants them so
     std::vector<SQLLEN> lengths_;        // of the values, in bytes; bound as well
 };
 

@@ -1,0 +1,311 @@
+// Connection and Recordset over ODBC, on a PostgreSQL server.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdlib>
+
+#include "Network.h"
+#include "PostgresServer.h"
+#include "Site.h"
+#include "external/Ado.h"
+#include "platform/ado/odbc/OdbcConnectionText.h"
+#include "platform/runtime/RuntimeError.h"
+
+namespace vqloan::test {
+namespace {
+
+constexpr auto connectionFailed = static_cast<std::int32_t>(0x80004005);
+constexpr auto statementFailed = static_cast<std::int32_t>(0x80040E14);
+constexpr auto timeLimitPassed = static_cast<std::int32_t>(0x80040E31);
+
+std::shared_ptr<Connection> open(const std::string& text, const std::string& user = {},
+                                 const std::string& password = {})
+{
+    const auto connection = createConnection();
+    connection->ConnectionTimeout(5);
+    connection->Open(text::fromUtf8(text), text::fromUtf8(user), text::fromUtf8(password), -1);
+    return connection;
+}
+
+std::unique_ptr<Recordset> query(const std::shared_ptr<Connection>& connection, const std::string& statement)
+{
+    auto rows = createRecordset();
+    rows->Open(text::fromUtf8(statement), connection, ado::cursorDynamic, ado::lockReadOnly,
+               ado::commandText);
+    return rows;
+}
+
+Variant first(const std::shared_ptr<Connection>& connection, const std::string& statement)
+{
+    return query(connection, statement)->Item(0).Value();
+}
+
+struct Failed
+{
+    std::int32_t number = 0;
+    std::string description;
+    double seconds = 0;
+};
+Failed failureOf(const std::function<void()>& action)
+{
+    Failed failed;
+    const auto start = std::chrono::steady_clock::now();
+    try {
+        action();
+    } catch (const RuntimeError& error) {
+        failed = {error.number, text::toUtf8(error.description), 0};
+    }
+    failed.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    return failed;
+}
+
+TEST(OdbcConnectionText, SpeaksToTheDriver)
+{
+    const struct
+    {
+        std::u16string text, user, password, expected;
+    } cases[] = {
+        {u"Provider=MSDASQL;Data Source=libri;User ID=u;Password=p", u"", u"", u"DSN=libri;UID=u;PWD=p;"},
+        {u"DSN=libri;UID=u;PWD=p", u"v", u"q", u"DSN=libri;UID=v;PWD=q;"},
+        {u"Driver={PostgreSQL Unicode};Server=h;server=i", u"", u"", u"Driver=PostgreSQL Unicode;Server=i;"},
+        {u"Provider=MSDASQL;Extended Properties='DSN=libri;Port=1';Initial Catalog=c;Persist Security "
+         u"Info=True",
+         u"", u"", u"DSN=libri;Port=1;DATABASE=c;"},
+        {u"DSN=libri", u"u", u"p;w}d ", u"DSN=libri;UID=u;PWD={p;w}}d };"},
+    };
+    for (const auto& [text, user, password, expected] : cases) {
+        const ConnectionString connection(text);
+        EXPECT_EQ(text::toUtf8(odbc::connectionText({connection, user, password, 0})),
+                  text::toUtf8(expected));
+    }
+}
+
+class Odbc : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        if (const std::string why = PostgresServer::whyNot(); !why.empty())
+            GTEST_SKIP() << why;
+        server_ = std::make_unique<PostgresServer>();
+    }
+    PostgresServer& server() { return *server_; }
+
+private:
+    std::unique_ptr<PostgresServer> server_;
+};
+
+TEST_F(Odbc, GivesEachValueAsItsType)
+{
+    const struct
+    {
+        std::string expression;
+        VARTYPE type;
+        std::string text;
+    } cases[] = {
+        {"NULL::integer", VT_NULL, ""},
+        {"NULL::text", VT_NULL, ""},
+        {"NULL::timestamp", VT_NULL, ""},
+        {"-7::smallint", VT_I4, "-7"},
+        {"2147483648::bigint", VT_I8, "2147483648"},
+        {"0.5::double precision", VT_R8, "0.5"},
+        {"2::numeric(3)", VT_I4, "2"},
+        {"12.50::numeric(6,2)", VT_R8, "12.5"},
+        {"12345678901234567.25::numeric", VT_BSTR, "12345678901234567.25"},
+        {"'AB'::char(4)", VT_BSTR, "AB  "},
+        {"''::varchar(4)", VT_BSTR, ""},
+        {"U&'\\00e8\\2019\\+01F4DA'::varchar(9)", VT_BSTR, "è\u2019\U0001F4DA"},
+        {"repeat(U&'\\00e89', 5000)", VT_BSTR, ""},
+        {"'\\x41e8'::bytea", VT_BSTR, "Aè"},
+        {"'2024-02-29'::date", VT_DATE, "45351"},
+        {"'2024-02-29 18:00'::timestamp", VT_DATE, "45351.75"},
+        {"'2024-02-29'::text", VT_BSTR, "2024-02-29"},
+    };
+    for (const char* driver : {"PostgreSQL Unicode", "PostgreSQL ANSI"}) {
+        const auto other =
+            open(server().connectionText(driver), PostgresServer::reader, PostgresServer::readersPassword);
+        for (const auto& [expression, type, text] : cases) {
+            Variant value;
+            EXPECT_EQ(failureOf([&] { value = first(other, "SELECT " + expression); }).description, "")
+                << driver;
+            EXPECT_EQ(value.get().vt, type) << driver << ": " << expression;
+            if (type == VT_DATE) {
+                EXPECT_EQ(value.toDate(), std::stod(text)) << expression;
+            } else if (type == VT_BSTR && expression.starts_with("repeat")) {
+                EXPECT_EQ(value.toText().size(), 10000u) << driver;
+                EXPECT_EQ(value.toText().substr(9998), u"è9") << driver;
+            } else if (type != VT_NULL) {
+                EXPECT_EQ(text::toUtf8(value.toText()), text) << driver << ": " << expression;
+            }
+        }
+    }
+}
+
+// With its values as parameters a statement finds what the server finds with the values in it.
+TEST_F(Odbc, ValuesCompareAsLiterals)
+{
+    server().execute("CREATE TABLE T (C char(6), V varchar(6), N integer, D date);"
+                     "INSERT INTO T VALUES ('AB', 'AB', 7, '2024-02-29'), ('', '', 8, NULL)");
+    const auto connection = open(server().readersConnectionText());
+    for (const std::string condition :
+         {"C = 'AB'", "C = 'AB    '", "C = ' AB'", "C = ''", "V = 'AB'", "V = 'AB '", "V = ''", "N = '7'",
+          "N = ' 7 '", "N <> '07'", "D = '2024-02-29'", "D = 'February 29, 2024'", "D > '2024-01-01'",
+          "C < 'B'"}) {
+        // The server's own answer: a comment keeps the values in the text.
+        const std::string statement = "SELECT count(*) FROM T WHERE " + condition;
+        for (int i = 0; i < 2; ++i)
+            EXPECT_EQ(first(connection, statement).toLong(), first(connection, statement + " -- ").toLong())
+                << condition;
+    }
+    const Failed failed = failureOf([&] { first(connection, "SELECT N FROM T WHERE N = 'x'"); });
+    EXPECT_TRUE(failed.description.starts_with("ERROR: invalid input syntax for type integer: \"x\""))
+        << failed.description;
+    EXPECT_EQ(
+        first(connection, "SELECT C = 'AB' AND N = '7' FROM T GROUP BY C = 'AB' AND N = '7' ORDER BY 1 DESC")
+            .toText(),
+        u"1")
+        << "the server takes no parameters here";
+}
+
+TEST_F(Odbc, FollowsChangesOfTheSchema)
+{
+    const auto connection = open(server().readersConnectionText());
+    const std::string statement = "SELECT * FROM T WHERE K = 'a'";
+    const auto value = [&](const char16_t* column) {
+        return query(connection, statement)->Item(column).Value().toLong();
+    };
+    server().execute("CREATE TABLE T (K text, OLD integer); INSERT INTO T VALUES ('a', 1)");
+    EXPECT_EQ(value(u"Old"), 1);
+    server().execute("DROP TABLE T");
+    const Failed failed = failureOf([&] { value(u"OLD"); });
+    EXPECT_EQ(failed.number, statementFailed);
+    EXPECT_NE(failed.description.find("\"t\" does not exist"), std::string::npos) << failed.description;
+    EXPECT_NE(failed.description.find("(SQLSTATE 42P01, native error"), std::string::npos)
+        << failed.description;
+    server().execute("CREATE TABLE T (K text, NEW integer, C char(1)); INSERT INTO T VALUES ('a', 2, 'x')");
+    EXPECT_EQ(value(u"NEW"), 2);
+    server().execute("ALTER TABLE T RENAME COLUMN NEW TO NEWER");
+    EXPECT_EQ(value(u"NEWER"), 2);
+    EXPECT_EQ(failureOf([&] { value(u"NEW"); }).number, 3265);
+    EXPECT_LT(failureOf([&] { query(connection, "DELETE FROM T"); }).number, 0) << "the account reads only";
+    EXPECT_EQ(value(u"NEWER"), 2);
+}
+
+TEST_F(Odbc, SaysWhyItCannotOpen)
+{
+    const struct
+    {
+        std::string text, user, password, says;
+    } cases[] = {
+        {server().connectionText(), PostgresServer::reader, "secret", "password authentication failed"},
+        {server().connectionText() + ";Database=none", "postgres", "", "\"none\" does not exist"},
+        {"Driver={PostgreSQL Unicode};Server=127.0.0.1;Port=" + std::to_string(freePort()), "u", "secret",
+         "refused"},
+        {"Driver=No Such Driver;PWD=secret", "", "", "SQLSTATE"},
+        {"Provider=MSDASQL;DSN=no-such-source;PWD=secret", "", "", "Data source name not found"},
+        {"Provider=MSDASQL;PWD=secret", "", "", "SQLSTATE"},
+    };
+    for (const auto& refused : cases) {
+        const Failed failed = failureOf([&] { open(refused.text, refused.user, refused.password); });
+        EXPECT_EQ(failed.number, connectionFailed) << refused.text;
+        EXPECT_NE(failed.description.find(refused.says), std::string::npos) << failed.description;
+        EXPECT_EQ(failed.description.find("secret"), std::string::npos) << failed.description;
+    }
+}
+
+TEST_F(Odbc, ADataSourceByName)
+{
+    ScratchDirectory directory;
+    write(directory / "odbc.ini",
+          "[libri]\nDriver=PostgreSQL Unicode\nServername=127.0.0.1\nDatabase=postgres\nPort=" +
+              std::to_string(server().port()) + "\n");
+    setenv("ODBCINI", (directory / "odbc.ini").c_str(), 1);
+    for (const char* text : {"DSN=libri", "Provider=MSDASQL;Data Source=libri",
+                             "Provider=MSDASQL;Extended Properties=\"DSN=libri\""})
+        EXPECT_EQ(
+            first(open(text, PostgresServer::reader, PostgresServer::readersPassword), "SELECT 1").toLong(),
+            1)
+            << text;
+    unsetenv("ODBCINI");
+}
+
+// A port that takes connections and never says a word.
+class Silence
+{
+public:
+    Silence()
+    {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        address.sin_port = htons(static_cast<std::uint16_t>(port));
+        bind(listener_, reinterpret_cast<sockaddr*>(&address), sizeof address);
+        listen(listener_, 5);
+    }
+    ~Silence() { close(listener_); }
+
+    const int port = freePort();
+
+private:
+    int listener_ = socket(AF_INET, SOCK_STREAM, 0);
+};
+
+TEST_F(Odbc, TimeoutsEndWaitsAndLongStatements)
+{
+    const Silence silence;
+    const auto connection = createConnection();
+    connection->ConnectionTimeout(2);
+    const Failed opening = failureOf([&] {
+        connection->Open(
+            text::fromUtf8("Driver=PostgreSQL Unicode;Server=127.0.0.1;Port=" + std::to_string(silence.port)),
+            u"u", u"", -1);
+    });
+    EXPECT_EQ(opening.number, connectionFailed);
+    EXPECT_GT(opening.seconds, 1);
+    EXPECT_LT(opening.seconds, 10);
+
+    server().execute("CREATE TABLE T (K text); INSERT INTO T VALUES ('a')");
+    connection->CommandTimeout(1);
+    connection->Open(text::fromUtf8(server().connectionText()), u"postgres", u"", -1);
+    const Failed sleeping = failureOf([&] { query(connection, "SELECT pg_sleep(20)"); });
+    EXPECT_EQ(sleeping.number, timeLimitPassed) << sleeping.description;
+    EXPECT_LT(sleeping.seconds, 10);
+    EXPECT_EQ(first(connection, "SELECT K FROM T WHERE K = 'a'").toText(), u"a") << "the connection goes on";
+    connection->CommandTimeout(0);
+    EXPECT_NO_THROW(query(connection, "SELECT pg_sleep(1.2)"));
+}
+
+// The desk of a site whose server goes away and comes back.
+TEST_F(Odbc, ALostConnectionFailsItsLinesAndOpensAgain)
+{
+    server().execute(schemaAndRows());
+    Site site;
+    site.settings("[SERVER]\nCONNECT=" + server().connectionText() + "\nUSERNAME=" + PostgresServer::reader +
+                  "\nPASSWORD=" + PostgresServer::readersPassword + "\nTIMEOUT=5\nINVENTARIO=1\n" + messages);
+    Client desk = site.client();
+    const std::string available = "Inv. FREE|Civica|Inv. FREE|Disponibile|||\n";
+    const auto both = [&] { return desk.ask("01||FREE\n01||FREE\n"); };
+    ASSERT_FALSE(desk.open("SQL2")) << desk.failure().description;
+    EXPECT_EQ(both(), available + available);
+
+    server().endSessions();
+    const std::string lost = desk.ask("01||FREE\n");
+    const RecordedFailure failure = desk.failure();
+    EXPECT_EQ(lost, "Codice Bibl. 01|Coll. , Inv. FREE|ERRORE: " + failure.description + "\n");
+    EXPECT_EQ(failure.number, connectionFailed);
+    EXPECT_EQ(failure.source, "VQLoan.SvrODBC.Make_LstDispo, 0");
+    EXPECT_NE(both().find("ERRORE"), std::string::npos) << "further lines say so too";
+    ASSERT_FALSE(desk.open("SQL2"));
+    EXPECT_EQ(both(), available + available);
+
+    server().stop();
+    const std::string answer = both();
+    EXPECT_NE(answer.find("ERRORE"), answer.rfind("ERRORE")) << "each line is tried: " << answer;
+    EXPECT_TRUE(desk.open("SQL2"));
+    server().start();
+    ASSERT_FALSE(desk.open("SQL2")) << desk.failure().description;
+    EXPECT_EQ(both(), available + available);
+}
+
+} // namespace
+} // namespace vqloan::test
