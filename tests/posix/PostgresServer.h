@@ -38,6 +38,11 @@ inline int freePort()
     return ntohs(address.sin_port);
 }
 
+inline bool hasOdbcDriver(const std::string& name)
+{
+    return read("/etc/odbcinst.ini").find("[" + name + "]") != std::string::npos;
+}
+
 class PostgresServer
 {
 public:
@@ -49,7 +54,7 @@ public:
     {
         if (programs().empty())
             return "PostgreSQL is not installed";
-        if (read("/etc/odbcinst.ini").find("[PostgreSQL Unicode]") == std::string::npos)
+        if (!hasOdbcDriver("PostgreSQL Unicode"))
             return "PostgreSQL's ODBC driver is not installed";
         if (geteuid() == 0 && !getpwnam("postgres"))
             return "the server refuses to run as root, and there is no user postgres";
