@@ -12,8 +12,9 @@ namespace {
 
 std::u16string trimmedLine(std::int32_t fileNo)
 {
-    const std::u16string line = files::readLine(fileNo);
-    return std::u16string(text::trim(line));
+    std::u16string line = files::readLine(fileNo);
+    line.resize(text::trimRight(line).size());
+    return line.erase(0, line.size() - text::trimLeft(line).size());
 }
 
 std::u16string valueOf(std::u16string line)

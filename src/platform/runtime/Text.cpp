@@ -153,8 +153,10 @@ std::u16string_view left(std::u16string_view text, std::int32_t length)
 
 std::string toUtf8(std::u16string_view text)
 {
-    std::string bytes;
-    bytes.reserve(text.size());
+    // Nearly every text is ASCII alone, and paths are converted with each file operation.
+    const auto ascii = std::find_if(text.begin(), text.end(), [](char16_t unit) { return unit >= 0x80; });
+    std::string bytes(text.begin(), ascii);
+    text.remove_prefix(bytes.size());
     const auto add = [&bytes](char32_t byte) { bytes += static_cast<char>(byte); };
     while (!text.empty()) {
         char32_t character = takeCharacter(text);

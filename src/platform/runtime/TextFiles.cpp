@@ -27,7 +27,7 @@ public:
             fill();
     }
 
-    std::string readLine()
+    std::u16string readLine()
     {
         if (atEnd())
             throw RuntimeError(Failure::InputPastEnd);
@@ -35,15 +35,17 @@ public:
         while (fill()) {
             const std::string_view unread = std::string_view(buffer_).substr(at_);
             const auto end = unread.find('\r');
-            line += unread.substr(0, end);
+            const std::string_view piece = unread.substr(0, end);
             if (end != unread.npos) {
                 at_ += end + 1;
                 lineFeedMayFollow_ = true;
-                break;
+                // Usually the line is here whole, and needs no copy.
+                return text::fromCodePage(line.empty() ? piece : line.append(piece));
             }
+            line += piece;
             at_ = buffer_.size();
         }
-        return line;
+        return text::fromCodePage(line);
     }
 
     bool atEnd()
@@ -166,7 +168,7 @@ void openForWriting(std::int32_t number, std::u16string_view path)
 
 std::u16string readLine(std::int32_t number)
 {
-    return text::fromCodePage(fileOf(number).readLine());
+    return fileOf(number).readLine();
 }
 
 bool atEnd(std::int32_t number)
@@ -188,9 +190,11 @@ void close(std::int32_t number)
 
 void closeAll() noexcept
 {
-    for (std::int32_t number = 1; number <= highestNumber; ++number) {
+    for (Slot& slot : perThread<Table>().files) {
+        if (!slot)
+            continue;
         try {
-            close(number);
+            std::exchange(slot, nullptr)->close();
         } catch (...) {
             // The file is closed all the same, and there is nobody to tell.
             continue;

@@ -379,5 +379,6 @@ AUTOMATION_API HRESULT AutomationUnregisterClass(REFCLSID clsid, LPCOLESTR progI
 // Not on Windows, where a thread's pending events are its message queue. A client whose thread has an event
 // loop names here what runs one pass of it; the component calls it while it waits. Null for no event loop.
 AUTOMATION_API void AutomationSetPendingEvents(void (*runOnePass)(void* context), void* context);
-AUTOMATION_API void AutomationRunPendingEvents();
+// Runs that pass; FALSE when the thread has no event loop.
+AUTOMATION_API BOOL AutomationRunPendingEvents();
 }

@@ -18,10 +18,12 @@ void AutomationSetPendingEvents(void (*runOnePass)(void* context), void* context
     eventLoop = {runOnePass, context};
 }
 
-void AutomationRunPendingEvents()
+BOOL AutomationRunPendingEvents()
 {
     // A copy: the pass may set another loop.
     const EventLoop loop = eventLoop;
-    if (loop.runOnePass)
-        loop.runOnePass(loop.context);
+    if (!loop.runOnePass)
+        return FALSE;
+    loop.runOnePass(loop.context);
+    return TRUE;
 }

@@ -8,9 +8,9 @@ namespace vqloan {
 
 void runPendingEvents()
 {
-    AutomationRunPendingEvents();
     // A thread without an event loop would otherwise keep the processor from the very program it waits for.
-    std::this_thread::yield();
+    if (!AutomationRunPendingEvents())
+        std::this_thread::yield();
 }
 
 } // namespace vqloan
