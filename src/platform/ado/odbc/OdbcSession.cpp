@@ -27,6 +27,15 @@ bool takesWideText(const odbc::Database& database)
            returned == probe;
 }
 
+// SQLite's driver goes on telling the columns as they were when a statement was compiled, whatever becomes of
+// the table. Compiling anew costs it no round trip; a server refuses a statement that is out of date.
+bool tellsColumnsAnew(const odbc::Database& database)
+{
+    char16_t product[64] = {};
+    SQLGetInfoW(database.get(), SQL_DBMS_NAME, product, sizeof product, nullptr);
+    return std::u16string_view(product) != u"SQLite";
+}
+
 bool isAscii(std::u16string_view text)
 {
     return std::all_of(text.begin(), text.end(), [](char16_t c) { return c < 128; });
@@ -58,6 +67,7 @@ OdbcSession::OdbcSession(const std::u16string& connectionText, std::int32_t time
         throw odbc::openFailure(database_);
     isOpen_ = true;
     takesWideText_ = takesWideText(database_);
+    statementsKept_ = tellsColumnsAnew(database_) ? statementsKept : 0;
 }
 
 void OdbcSession::close() noexcept
@@ -109,13 +119,7 @@ CursorOwner OdbcSession::runKept(std::u16string_view text, std::int32_t timeLimi
 CursorOwner OdbcSession::runWithParameters(std::u16string_view text, std::int32_t timeLimit)
 {
     StatementShape shape = StatementShape::of(text);
-    if (shape.parameterCount() == 0)
-        return nullptr;
-    CursorOwner cursor = runNew(std::move(shape), text, timeLimit);
-    if (!cursor->columns().anyHolds(u'?'))
-        return cursor;
-    statements_.pop_back(); // a column without an alias is called after its text
-    return nullptr;
+    return shape.parameterCount() > 0 ? runNew(std::move(shape), text, timeLimit) : nullptr;
 }
 
 CursorOwner OdbcSession::runNew(StatementShape shape, std::u16string_view text, std::int32_t timeLimit)
@@ -123,9 +127,11 @@ CursorOwner OdbcSession::runNew(StatementShape shape, std::u16string_view text, 
     shape.matches(text, literals_);
     auto statement = std::make_unique<OdbcStatement>(database_, std::move(shape), takesWideText_);
     CursorOwner cursor = statement->run(literals_, timeLimit);
-    if (statements_.size() == statementsKept)
-        statements_.erase(statements_.begin());
+    if (statement->shape().parameterCount() > 0 && cursor->columns().anyHolds(u'?'))
+        return nullptr; // a column without an alias is called after its text
     statements_.push_back(std::move(statement));
+    if (statements_.size() > statementsKept_)
+        statements_.erase(statements_.begin());
     return cursor;
 }
 

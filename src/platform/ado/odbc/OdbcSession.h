@@ -31,6 +31,7 @@ private:
     odbc::Environment environment_;
     odbc::Database database_;
     bool isOpen_ = false, takesWideText_ = false;
+    std::size_t statementsKept_ = 0;
     std::vector<std::unique_ptr<OdbcStatement>> statements_; // the oldest in front
     std::vector<std::u16string_view> literals_;              // of the statement that is about to run
 };
