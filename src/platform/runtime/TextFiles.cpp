@@ -1,6 +1,6 @@
 #include "platform/runtime/TextFiles.h"
 
-#include <array>
+#include <map>
 #include <memory>
 #include <string>
 #include <utility>
@@ -33,17 +33,16 @@ public:
             throw RuntimeError(Failure::InputPastEnd);
         std::string line;
         while (fill()) {
-            const std::string_view unread = std::string_view(buffer_).substr(at_);
-            const auto end = unread.find('\r');
-            const std::string_view piece = unread.substr(0, end);
-            if (end != unread.npos) {
-                at_ += end + 1;
+            const auto end = unread_.find('\r');
+            const std::string_view piece = unread_.substr(0, end);
+            unread_.remove_prefix(piece.size());
+            if (end != unread_.npos) {
+                unread_.remove_prefix(1);
                 lineFeedMayFollow_ = true;
                 // Usually the line is here whole, and needs no copy.
                 return text::fromCodePage(line.empty() ? piece : line.append(piece));
             }
             line += piece;
-            at_ = buffer_.size();
         }
         return text::fromCodePage(line);
     }
@@ -54,17 +53,17 @@ public:
         if (!fill())
             return true;
         // Looked at here and not with the CR, so that no line costs a read of what comes after it.
-        if (std::exchange(lineFeedMayFollow_, false) && buffer_[at_] == '\n')
-            ++at_;
+        if (std::exchange(lineFeedMayFollow_, false) && unread_.front() == '\n')
+            unread_.remove_prefix(1);
         return !fill();
     }
 
     void writeLine(std::string_view line)
     {
         require(os::File::Mode::Write);
-        buffer_ += line;
-        buffer_ += "\r\n";
-        if (buffer_.size() >= writeSize)
+        unwritten_ += line;
+        unwritten_ += "\r\n";
+        if (unwritten_.size() >= writeSize)
             flush();
     }
 
@@ -85,75 +84,67 @@ private:
     // False when the file has no more bytes.
     bool fill()
     {
-        if (at_ < buffer_.size())
+        if (!unread_.empty())
             return true;
         if (ended_)
             return false;
-        buffer_.resize(readSize);
-        at_ = buffer_.size(); // nothing is left over when reading fails
-        buffer_.resize(file_.read(buffer_.data(), buffer_.size()));
-        at_ = 0;
-        ended_ = buffer_.empty();
+        if (!space_)
+            space_ = std::make_unique_for_overwrite<char[]>(readSize);
+        unread_ = {space_.get(), file_.read(space_.get(), readSize)};
+        ended_ = unread_.empty();
         return !ended_;
     }
 
     void flush()
     {
         // What could not be written is not tried again.
-        const std::string bytes = std::exchange(buffer_, {});
+        const std::string bytes = std::exchange(unwritten_, {});
         file_.write(bytes);
     }
 
     os::File file_;
     os::File::Mode mode_;
-    std::string buffer_; // read and not taken yet, from at_ on; or to be written
-    std::size_t at_ = 0;
+    std::unique_ptr<char[]> space_; // not cleared: most files fill little of it
+    std::string_view unread_;       // in that space
+    std::string unwritten_;
     bool ended_ = false;
     bool lineFeedMayFollow_ = false;
 };
 
-struct Table
-{
-    std::array<std::unique_ptr<TextFile>, highestNumber + 1> files; // element 0 is not used
-};
+using OpenFiles = std::map<std::int32_t, TextFile>;
 
-using Slot = std::unique_ptr<TextFile>;
-
-// Null for a number that no file can have.
-Slot* slotOf(std::int32_t number)
+OpenFiles& openFiles()
 {
-    if (number < 1 || number > highestNumber)
-        return nullptr;
-    return &perThread<Table>().files[static_cast<std::size_t>(number)];
+    return perThread<OpenFiles>();
 }
 
 void open(std::int32_t number, std::u16string_view path, os::File::Mode mode)
 {
-    Slot* slot = slotOf(number);
-    if (!slot)
+    if (number < 1 || number > highestNumber)
         throw RuntimeError(Failure::BadFileNumber);
-    if (*slot)
+    if (openFiles().contains(number))
         throw RuntimeError(Failure::FileAlreadyOpen);
-    *slot = std::make_unique<TextFile>(path, mode);
+    openFiles().try_emplace(number, path, mode);
 }
 
 TextFile& fileOf(std::int32_t number)
 {
-    Slot* slot = slotOf(number);
-    if (!slot || !*slot)
+    const auto file = openFiles().find(number);
+    if (file == openFiles().end())
         throw RuntimeError(Failure::BadFileNumber);
-    return **slot;
+    return file->second;
 }
 
 } // namespace
 
 std::int32_t freeNumber()
 {
-    for (std::int32_t number = 1; number <= highestNumber; ++number) {
-        if (!*slotOf(number))
-            return number;
-    }
-    throw RuntimeError(Failure::TooManyFiles);
+    std::int32_t number = 1;
+    while (openFiles().contains(number))
+        ++number;
+    if (number > highestNumber)
+        throw RuntimeError(Failure::TooManyFiles);
+    return number;
 }
 
 void openForReading(std::int32_t number, std::u16string_view path)
@@ -183,18 +174,18 @@ void writeLine(std::int32_t number, std::u16string_view line)
 
 void close(std::int32_t number)
 {
-    Slot* slot = slotOf(number);
-    if (slot && *slot)
-        std::exchange(*slot, nullptr)->close();
+    OpenFiles::node_type file = openFiles().extract(number);
+    if (!file.empty())
+        file.mapped().close();
 }
 
 void closeAll() noexcept
 {
-    for (Slot& slot : perThread<Table>().files) {
-        if (!slot)
-            continue;
+    OpenFiles files;
+    files.swap(openFiles());
+    for (auto& [number, file] : files) {
         try {
-            std::exchange(slot, nullptr)->close();
+            file.close();
         } catch (...) {
             // The file is closed all the same, and there is nobody to tell.
             continue;
