@@ -159,10 +159,9 @@ VARTYPE typeOf(const TYPEDESC& type)
     return type.vt;
 }
 
-TEST_F(Registered, TheTypeLibrarySaysWhatTheObjectDoes)
+// Member by member what the object's own table of members says.
+void expectOurs(const ComPtr<ITypeLib>& library, SYSKIND system)
 {
-    ComPtr<ITypeLib> library;
-    ASSERT_EQ(LoadRegTypeLib(LIBID_VQLoan, 4, 0, 0x0409, library.address()), S_OK);
     Bstr name, help;
     ASSERT_EQ(library->GetDocumentation(-1, name.address(), help.address(), nullptr, nullptr), S_OK);
     EXPECT_EQ(name.view(), u"VQLoan");
@@ -172,6 +171,7 @@ TEST_F(Registered, TheTypeLibrarySaysWhatTheObjectDoes)
     EXPECT_EQ(attributes->guid, LIBID_VQLoan);
     EXPECT_EQ(std::pair(attributes->wMajorVerNum, attributes->wMinorVerNum), std::pair(WORD{4}, WORD{0}));
     EXPECT_EQ(attributes->lcid, 0x0409u);
+    EXPECT_EQ(attributes->syskind, system);
     library->ReleaseTLibAttr(attributes);
     EXPECT_EQ(library->GetTypeInfoCount(), 2u);
 
@@ -184,15 +184,9 @@ TEST_F(Registered, TheTypeLibrarySaysWhatTheObjectDoes)
     EXPECT_EQ(type->cImplTypes, 1);
     coclass->ReleaseTypeAttr(type);
 
-    // What the object itself hands out is the dispatch side of the dual interface.
-    const auto object = createByName();
+    // A dual interface shows its dispatch side first.
     ComPtr<ITypeInfo> dispatch, described;
-    ASSERT_EQ(object->GetTypeInfo(0, 0, dispatch.address()), S_OK);
-    ASSERT_EQ(dispatch->GetTypeAttr(&type), S_OK);
-    EXPECT_EQ(type->guid, IID__DispSvr);
-    EXPECT_EQ(type->typekind, TKIND_DISPATCH);
-    dispatch->ReleaseTypeAttr(type);
-
+    ASSERT_EQ(library->GetTypeInfoOfGuid(IID__DispSvr, dispatch.address()), S_OK);
     HREFTYPE reference = 0;
     ASSERT_EQ(dispatch->GetRefTypeOfImplType(static_cast<UINT>(-1), &reference), S_OK);
     ASSERT_EQ(dispatch->GetRefTypeInfo(reference, described.address()), S_OK);
@@ -240,6 +234,48 @@ TEST_F(Registered, TheTypeLibrarySaysWhatTheObjectDoes)
         std::ranges::for_each(names, SysFreeString);
         described->ReleaseFuncDesc(function);
     }
+}
+
+TEST_F(Registered, TheTypeLibrarySaysWhatTheObjectDoes)
+{
+    ComPtr<ITypeLib> library;
+    ASSERT_EQ(LoadRegTypeLib(LIBID_VQLoan, 4, 0, 0x0409, library.address()), S_OK);
+    expectOurs(library, SYS_WIN64);
+
+    ComPtr<ITypeInfo> info;
+    TYPEATTR* type = nullptr;
+    ASSERT_EQ(createByName()->GetTypeInfo(0, 0, info.address()), S_OK);
+    ASSERT_EQ(info->GetTypeAttr(&type), S_OK);
+    EXPECT_EQ(type->guid, IID__DispSvr);
+    EXPECT_EQ(type->typekind, TKIND_DISPATCH);
+    info->ReleaseTypeAttr(type);
+}
+
+TEST(TypeLibrary, OfThe32BitBuildIsTheSame)
+{
+    ComPtr<ITypeLib> library;
+    const auto file = std::filesystem::absolute(SOURCE_DIRECTORY L"/build-windows-x86/bin/VQLoan.dll");
+    if (!exists(file))
+        GTEST_SKIP() << "it is not built";
+    ASSERT_EQ(LoadTypeLibEx(file.c_str(), REGKIND_NONE, library.address()), S_OK);
+    expectOurs(library, SYS_WIN32);
+}
+
+TEST(CommandLine, AsksASite)
+{
+    const ScratchDirectory directory;
+    std::string parameters = "CLIENT=7";
+    for (int line = 2; line < 14; ++line)
+        parameters += "\r\n" + std::to_string(line) + "=";
+    write(directory / "CLIENT.PAR", parameters + "\r\nNC=Non collegata\r\ncodbib=07,NC,Archivio\r\n");
+    const auto program =
+        std::filesystem::absolute(COMPONENT_FILE).replace_filename("vqloan.exe").make_preferred();
+    const auto [output, status] = run(L"\"" + program.wstring() +
+                                      L"\" ask --kind 7000 --library 07 --inventory 1 "
+                                      L"--format raw --site " +
+                                      directory.path().wstring());
+    EXPECT_EQ(readable(output), "Archivio|Disponibilità non verificabile|Non collegata|\n");
+    EXPECT_EQ(status, 0);
 }
 
 // A program that has the component described in a manifest needs no registration.
