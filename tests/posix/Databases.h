@@ -67,6 +67,7 @@ struct DatabaseKind
     const char* name;
     std::string (*whyNot)(); // empty where the tests can have one
     std::unique_ptr<LibraryDatabase> (*make)(const ScratchDirectory& directory);
+    bool cutsToBytes = false; // a driver without wide functions, which texts beyond ASCII are kept from
 };
 
 inline void PrintTo(const DatabaseKind& kind, std::ostream* out)
@@ -84,7 +85,8 @@ inline const DatabaseKind databaseKinds[] = {
      [](const ScratchDirectory& directory) -> std::unique_ptr<LibraryDatabase> {
          return std::make_unique<SqliteDatabase>(directory,
                                                  "Driver={SQLite3};Database=", false); // makes a date of it
-     }},
+     },
+     true},
     {"Postgres", PostgresServer::whyNot,
      [](const ScratchDirectory&) -> std::unique_ptr<LibraryDatabase> {
          return std::make_unique<PostgresDatabase>();
