@@ -17,15 +17,7 @@ using odbc::check;
 using odbc::Statement;
 using odbc::wide;
 
-enum class Kind
-{
-    Integer,
-    Real,
-    Decimal,
-    Date,
-    Bytes,
-    Text
-};
+using Kind = OdbcColumns::Kind;
 
 Kind kindOf(SQLSMALLINT type)
 {
@@ -55,26 +47,6 @@ Kind kindOf(SQLSMALLINT type)
     default:
         return Kind::Text;
     }
-}
-
-std::vector<Kind> describe(const Statement& statement, ColumnNames& columns)
-{
-    SQLSMALLINT count = 0;
-    check(SQLNumResultCols(statement.get(), &count), statement);
-    std::vector<Kind> kinds;
-    std::vector<std::u16string> names;
-    for (SQLSMALLINT i = 1; i <= count; ++i) {
-        char16_t name[256] = {};
-        SQLSMALLINT length = 0, type = 0;
-        check(SQLDescribeColW(statement.get(), static_cast<SQLUSMALLINT>(i), wide(name),
-                              static_cast<SQLSMALLINT>(std::size(name)), &length, &type, nullptr, nullptr,
-                              nullptr),
-              statement);
-        names.emplace_back(name);
-        kinds.push_back(kindOf(type));
-    }
-    columns.assign(names);
-    return kinds;
 }
 
 // The current row of a statement, column by column from the left: many drivers give them in this order only,
@@ -209,11 +181,30 @@ private:
 
 } // namespace
 
-OdbcResult::OdbcResult(const Statement& statement)
+OdbcColumns::OdbcColumns(const Statement& statement)
 {
-    const std::vector<Kind> kinds = describe(statement, columns_);
+    SQLSMALLINT count = 0;
+    check(SQLNumResultCols(statement.get(), &count), statement);
+    std::vector<std::u16string> all;
+    for (SQLSMALLINT i = 1; i <= count; ++i) {
+        char16_t name[256] = {};
+        SQLSMALLINT length = 0, type = 0;
+        check(SQLDescribeColW(statement.get(), static_cast<SQLUSMALLINT>(i), wide(name),
+                              static_cast<SQLSMALLINT>(std::size(name)), &length, &type, nullptr, nullptr,
+                              nullptr),
+              statement);
+        all.emplace_back(name);
+        kinds.push_back(kindOf(type));
+    }
+    names.assign(all);
+}
+
+OdbcResult::OdbcResult(const Statement& statement, std::shared_ptr<const OdbcColumns> columns)
+    : columns_(std::move(columns))
+{
     Row row(statement);
-    for (;;) {
+    const std::vector<Kind>& kinds = columns_->kinds;
+    while (!kinds.empty()) {
         const SQLRETURN result = SQLFetch(statement.get());
         if (result == SQL_NO_DATA)
             break;
@@ -225,7 +216,7 @@ OdbcResult::OdbcResult(const Statement& statement)
 
 bool OdbcResult::next()
 {
-    return row_++ * columns_.count() < values_.size();
+    return row_++ * columns_->kinds.size() < values_.size();
 }
 
 } // namespace vqloan

@@ -1,12 +1,32 @@
 // The rows of one statement, read whole.
 #pragma once
 
+#include <memory>
 #include <vector>
 
 #include "platform/ado/Provider.h"
 #include "platform/ado/odbc/OdbcHandle.h"
 
 namespace vqloan {
+
+// What a statement's result consists of.
+struct OdbcColumns
+{
+    // As the driver describes the statement that has just been executed.
+    explicit OdbcColumns(const odbc::Statement& statement);
+
+    enum class Kind
+    {
+        Integer,
+        Real,
+        Decimal,
+        Date,
+        Bytes,
+        Text
+    };
+    ColumnNames names;
+    std::vector<Kind> kinds;
+};
 
 // Reads everything at once: not every driver runs a statement while another's rows are still being read.
 // Values: integers and decimals without a fraction as the narrowest of 32 and 64 bits that holds them, other
@@ -17,15 +37,18 @@ class OdbcResult final : public Cursor
 {
 public:
     // What the statement has just been executed to; afterwards the statement is free for the next run.
-    explicit OdbcResult(const odbc::Statement& statement);
+    OdbcResult(const odbc::Statement& statement, std::shared_ptr<const OdbcColumns> columns);
 
     bool next() override;
-    const ColumnNames& columns() const override { return columns_; }
-    Variant value(std::size_t column) override { return values_[(row_ - 1) * columns_.count() + column]; }
+    const ColumnNames& columns() const override { return columns_->names; }
+    Variant value(std::size_t column) override
+    {
+        return values_[(row_ - 1) * columns_->kinds.size() + column];
+    }
     void end() noexcept override { delete this; }
 
 private:
-    ColumnNames columns_;
+    std::shared_ptr<const OdbcColumns> columns_;
     std::vector<Variant> values_; // row by row
     std::size_t row_ = 0;         // from 1
 };

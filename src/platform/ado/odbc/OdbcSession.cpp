@@ -14,28 +14,6 @@ namespace {
 // The component runs four shapes.
 constexpr std::size_t statementsKept = 16;
 
-// The driver manager cuts each character down to a byte for a driver without wide functions, and some become
-// quotes then. Only asking shows it.
-bool takesWideText(const odbc::Database& database)
-{
-    constexpr std::u16string_view probe = u"SELECT '\u0127'"; // its lower byte is a quote
-    char16_t returned[64] = {};
-    SQLINTEGER length = 0;
-    return SQL_SUCCEEDED(SQLNativeSqlW(database.get(), odbc::wide(probe.data()),
-                                       static_cast<SQLINTEGER>(probe.size()), odbc::wide(returned),
-                                       static_cast<SQLINTEGER>(std::size(returned)), &length)) &&
-           returned == probe;
-}
-
-// SQLite's driver goes on telling the columns as they were when a statement was compiled, whatever becomes of
-// the table. Compiling anew costs it no round trip; a server refuses a statement that is out of date.
-bool tellsColumnsAnew(const odbc::Database& database)
-{
-    char16_t product[64] = {};
-    SQLGetInfoW(database.get(), SQL_DBMS_NAME, product, sizeof product, nullptr);
-    return std::u16string_view(product) != u"SQLite";
-}
-
 bool isAscii(std::u16string_view text)
 {
     return std::all_of(text.begin(), text.end(), [](char16_t c) { return c < 128; });
@@ -66,8 +44,7 @@ OdbcSession::OdbcSession(const std::u16string& connectionText, std::int32_t time
                                          SQL_DRIVER_NOPROMPT)))
         throw odbc::openFailure(database_);
     isOpen_ = true;
-    takesWideText_ = takesWideText(database_);
-    statementsKept_ = tellsColumnsAnew(database_) ? statementsKept : 0;
+    product_ = odbc::productOf(database_);
 }
 
 void OdbcSession::close() noexcept
@@ -83,7 +60,7 @@ void OdbcSession::close() noexcept
 // failure counts.
 CursorOwner OdbcSession::run(std::u16string_view text, std::int32_t timeLimit)
 {
-    if (!takesWideText_ && !isAscii(text))
+    if (!product_.takesWideText && !isAscii(text))
         throw refused(u"The ODBC driver takes no text beyond ASCII; its Unicode variant does.");
     for (const auto form : {&OdbcSession::runKept, &OdbcSession::runWithParameters}) {
         try {
@@ -125,13 +102,15 @@ CursorOwner OdbcSession::runWithParameters(std::u16string_view text, std::int32_
 CursorOwner OdbcSession::runNew(StatementShape shape, std::u16string_view text, std::int32_t timeLimit)
 {
     shape.matches(text, literals_);
-    auto statement = std::make_unique<OdbcStatement>(database_, std::move(shape), takesWideText_);
+    auto statement = std::make_unique<OdbcStatement>(database_, std::move(shape), product_);
     CursorOwner cursor = statement->run(literals_, timeLimit);
     if (statement->shape().parameterCount() > 0 && cursor->columns().anyHolds(u'?'))
         return nullptr; // a column without an alias is called after its text
-    statements_.push_back(std::move(statement));
-    if (statements_.size() > statementsKept_)
-        statements_.erase(statements_.begin());
+    if (product_.keepsStatements) {
+        if (statements_.size() == statementsKept)
+            statements_.erase(statements_.begin());
+        statements_.push_back(std::move(statement));
+    }
     return cursor;
 }
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "platform/ado/Provider.h"
+#include "platform/ado/odbc/OdbcProduct.h"
 #include "platform/ado/odbc/OdbcStatement.h"
 
 namespace vqloan {
@@ -30,8 +31,8 @@ private:
 
     odbc::Environment environment_;
     odbc::Database database_;
-    bool isOpen_ = false, takesWideText_ = false;
-    std::size_t statementsKept_ = 0;
+    odbc::Product product_;
+    bool isOpen_ = false;
     std::vector<std::unique_ptr<OdbcStatement>> statements_; // the oldest in front
     std::vector<std::u16string_view> literals_;              // of the statement that is about to run
 };

@@ -24,9 +24,10 @@ std::u16string toValue(std::u16string_view literal)
 
 } // namespace
 
-OdbcStatement::OdbcStatement(const odbc::Database& database, StatementShape shape, bool takesWideText)
-    : shape_(std::move(shape)), handle_(database.get()), takesWideText_(takesWideText),
-      values_(shape_.parameterCount()), narrow_(shape_.parameterCount()), lengths_(shape_.parameterCount())
+OdbcStatement::OdbcStatement(const odbc::Database& database, StatementShape shape,
+                             const odbc::Product& product)
+    : shape_(std::move(shape)), handle_(database.get()), product_(product), values_(shape_.parameterCount()),
+      narrow_(shape_.parameterCount()), lengths_(shape_.parameterCount())
 {
     const std::u16string statement = shape_.withParameters();
     odbc::check(
@@ -48,7 +49,9 @@ CursorOwner OdbcStatement::run(const std::vector<std::u16string_view>& literals,
     const SQLRETURN result = SQLExecute(handle_.get());
     if (result != SQL_NO_DATA)
         odbc::check(result, handle_);
-    return CursorOwner(new OdbcResult(handle_));
+    if (!columns_ || !product_.keepsColumns)
+        columns_ = std::make_shared<const OdbcColumns>(handle_);
+    return CursorOwner(new OdbcResult(handle_, columns_));
 }
 
 // Values go as narrow text, which is what a literal in the statement is to the server: it compares them with
@@ -59,14 +62,14 @@ void OdbcStatement::bind(const std::vector<std::u16string_view>& literals)
         values_[i] = toValue(literals[i]);
         SQLPOINTER value = values_[i].data();
         std::size_t bytes = values_[i].size() * sizeof(char16_t);
-        if (!takesWideText_) {
+        if (!product_.takesWideText) {
             narrow_[i] = text::toUtf8(values_[i]);
             value = narrow_[i].data();
             bytes = narrow_[i].size();
         }
         lengths_[i] = static_cast<SQLLEN>(bytes);
         odbc::check(SQLBindParameter(handle_.get(), static_cast<SQLUSMALLINT>(i + 1), SQL_PARAM_INPUT,
-                                     takesWideText_ ? SQL_C_WCHAR : SQL_C_CHAR, SQL_VARCHAR,
+                                     product_.takesWideText ? SQL_C_WCHAR : SQL_C_CHAR, SQL_VARCHAR,
                                      std::max<std::size_t>(values_[i].size(), 1), 0, value, lengths_[i],
                                      &lengths_[i]),
                     handle_);

@@ -2,21 +2,22 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "platform/ado/Provider.h"
 #include "platform/ado/StatementShape.h"
-#include "platform/ado/odbc/OdbcHandle.h"
+#include "platform/ado/odbc/OdbcProduct.h"
+#include "platform/ado/odbc/OdbcResult.h"
 
 namespace vqloan {
 
 class OdbcStatement
 {
 public:
-    // A driver that does not take wide text gets the values as narrow text.
-    OdbcStatement(const odbc::Database& database, StatementShape shape, bool takesWideText);
+    OdbcStatement(const odbc::Database& database, StatementShape shape, const odbc::Product& product);
 
     const StatementShape& shape() const noexcept { return shape_; }
     // Runs it and reads its result, after which it can run again.
@@ -29,10 +30,11 @@ private:
     StatementShape shape_;
     odbc::Statement handle_;
     std::int32_t timeLimit_ = 0;
-    bool takesWideText_;
-    std::vector<std::u16string> values_; // bound: the driver reads them while the statement runs
-    std::vector<std::string> narrow_;    // the same for a driver that wants them so
-    std::vector<SQLLEN> lengths_;        // of the values, in bytes; bound as well
+    const odbc::Product& product_;
+    std::shared_ptr<const OdbcColumns> columns_; // of the last result
+    std::vector<std::u16string> values_;         // bound: the driver reads them while the statement runs
+    std::vector<std::string> narrow_;            // the same for a driver that wants them so
+    std::vector<SQLLEN> lengths_;                // of the values, in bytes; bound as well
 };
 
 } // namespace vqloan
