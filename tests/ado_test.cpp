@@ -204,54 +204,6 @@ TEST(Recordset, FindsColumnsByNameAndByPosition)
     EXPECT_EQ(failureOf([&] { rows->MoveNext(); }).number, 3021);
 }
 
-// Each value finds its own row and no other, whatever it holds.
-TEST(Recordset, NoValueChangesAStatement)
-{
-    SqliteFile file("CREATE TABLE T (K TEXT PRIMARY KEY, N INTEGER);");
-    const std::u16string values[] = {u"",
-                                     u"'",
-                                     u"''",
-                                     u"x' OR '1'='1",
-                                     u"'; DROP TABLE T; --",
-                                     u"/*",
-                                     u"a\0b"s,
-                                     u"a",
-                                     u"\\",
-                                     u"\\'",
-                                     u"?",
-                                     u"\u0416\U0001F4DA",
-                                     u"%",
-                                     u"a ",
-                                     u"A",
-                                     u"\r\n",
-                                     u"{fn NOW()}",
-                                     u"$1"};
-    const auto doubled = [](std::u16string value) {
-        for (std::size_t at = 0; (at = value.find(u'\'', at)) != value.npos; at += 2)
-            value.insert(at, 1, u'\'');
-        return value;
-    };
-    std::string expected;
-    for (const std::u16string& value : values) {
-        std::string hex;
-        for (const char byte : text::toUtf8(value))
-            hex += "0123456789abcdef"[(byte >> 4) & 15], hex += "0123456789abcdef"[byte & 15];
-        file.execute("INSERT INTO T VALUES (CAST(x'" + hex + "' AS TEXT), (SELECT count(*) FROM T))");
-    }
-    const auto connection = open(file.connectionText());
-    int row = 0;
-    for (const std::u16string& value : values)
-        EXPECT_EQ(column(connection, u"SELECT N FROM T WHERE K = '" + doubled(value) + u"'"),
-                  std::to_string(row++) + ";")
-            << text::toUtf8(value);
-    EXPECT_EQ(column(connection, u"SELECT N FROM T WHERE K = 'a" + std::u16string(1, 0xD800) + u"'"), "");
-    EXPECT_EQ(column(connection, u"SELECT count(*) FROM T WHERE N = '3'"),
-              "1;"); // text compares with a number
-    EXPECT_EQ(failureOf([&] { query(connection, u"SELECT N FROM T WHERE N = 1\0 AND 0"s); }).number,
-              statementFailed);
-    EXPECT_EQ(failureOf([&] { query(connection, u"SELECT N FROM T; SELECT 1"); }).number, statementFailed);
-}
-
 TEST(Recordset, ManyOfOneShapeAreOpenAtOnce)
 {
     SqliteFile file(

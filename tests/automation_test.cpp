@@ -17,6 +17,7 @@
 
 #include <gtest/gtest.h>
 
+#include "ScratchDirectory.h"
 #include "component/face/DispSvrInterface.h"
 #include "platform/automation/Bstr.h"
 #include "platform/automation/ComPtr.h"
@@ -49,18 +50,6 @@ public:
 private:
     const char* name_;
     std::optional<std::string> before_;
-};
-
-class ScratchDirectory
-{
-public:
-    ScratchDirectory()
-    {
-        std::string name = (fs::temp_directory_path() / "automation-XXXXXX").string();
-        path = mkdtemp(name.data());
-    }
-    ~ScratchDirectory() { fs::remove_all(path); }
-    fs::path path;
 };
 
 // An object that knows how often it is referred to, with a default property.
@@ -386,10 +375,9 @@ TEST(Automation, FollowsTheUsersLocale)
     const ScratchDirectory scratch;
     const std::string name = "it_IT.ISO-8859-1";
     if (std::system(
-            ("localedef -i it_IT -f ISO-8859-1 " + (scratch.path / name).string() + " >/dev/null 2>&1")
-                .c_str()))
+            ("localedef -i it_IT -f ISO-8859-1 " + (scratch / name).string() + " >/dev/null 2>&1").c_str()))
         GTEST_SKIP() << "the Italian locale cannot be made on this machine";
-    const ScopedVariable path("LOCPATH", scratch.path.string()), all("LC_ALL", ""), time("LC_TIME", ""),
+    const ScopedVariable path("LOCPATH", scratch.path().string()), all("LC_ALL", ""), time("LC_TIME", ""),
         numeric("LC_NUMERIC", "C"), language("LANG", name);
     EXPECT_EQ(converted(Variant(u"1.5").get(), VT_R8), "1.5");
     EXPECT_EQ(converted(Variant(u"1/2/2024").get(), VT_DATE), "02/01/2024");
@@ -409,45 +397,6 @@ TEST(Automation, FollowsTheUsersLocale)
 
     const ScopedVariable gone("LC_ALL", "xx_XX.UTF-8");
     EXPECT_EQ(converted(Variant(u"1.5").get(), VT_R8), "1.5");
-}
-
-TEST(Automation, OwnersFailAsTheRuntimeDoes)
-{
-    const auto number = [](const Variant& value, auto convert) {
-        try {
-            convert(value);
-            return 0;
-        } catch (const RuntimeError& failure) {
-            return failure.number;
-        }
-    };
-    const auto toInteger = [](const Variant& value) { value.toInteger(); };
-    const auto toText = [](const Variant& value) { value.toText(); };
-    EXPECT_EQ(number(Variant(u"x"), toInteger), 13);
-    EXPECT_EQ(number(Variant(40000), toInteger), 6);
-    EXPECT_EQ(number(Variant::null(), toText), 94);
-    EXPECT_EQ(number(Variant::missing(), toText), 13);
-
-    BSTR text = SysAllocString(u"before");
-    VARIANT byText = variantOf(VT_BYREF | VT_BSTR, &text);
-    Variant::assign(byText, Variant(7));
-    EXPECT_EQ(viewOf(text), u"7");
-    EXPECT_EQ(number(Variant::null(), [&](const Variant& value) { Variant::assign(byText, value); }), 94);
-    EXPECT_EQ(viewOf(text), u"7");
-    SysFreeString(text);
-
-    std::array<std::int16_t, 2> shorts{1, 1};
-    VARIANT byShort = variantOf(VT_BYREF | VT_I2, shorts.data());
-    Variant::assign(byShort, Variant(u"-2"));
-    EXPECT_EQ(shorts, (std::array<std::int16_t, 2>{-2, 1}));
-    EXPECT_EQ(number(Variant(70000), [&](const Variant& value) { Variant::assign(byShort, value); }), 6);
-
-    Variant inner(u"before");
-    VARIANT byVariant = variantOf(VT_BYREF | VT_VARIANT, inner.address());
-    Variant::assign(byVariant, Variant(3));
-    EXPECT_EQ(inner.get().vt, VT_I4);
-    Variant::assign(*inner.address(), Variant(u"after"));
-    EXPECT_EQ(inner.toText(), u"after");
 }
 
 TEST(Automation, KeepsErrorInformationOfEachThread)
@@ -482,29 +431,17 @@ TEST(Automation, KeepsErrorInformationOfEachThread)
     EXPECT_EQ(GetErrorInfo(0, info.address()), S_FALSE);
 }
 
-TEST(Automation, WritesAndReadsGuids)
-{
-    OLECHAR text[39];
-    ASSERT_EQ(StringFromGUID2(IID_IErrorInfo, text, 39), 39);
-    EXPECT_EQ(std::u16string_view(text), u"{1CF2B120-547D-101B-8E65-08002B2BD119}");
-    EXPECT_EQ(StringFromGUID2(IID_IErrorInfo, text, 38), 0);
-    GUID guid;
-    EXPECT_EQ(CLSIDFromString(u"{1cf2b120-547d-101b-8e65-08002b2bd119}", &guid), S_OK);
-    EXPECT_EQ(guid, IID_IErrorInfo);
-}
-
 TEST(Automation, FindsRegisteredClasses)
 {
     const ScratchDirectory scratch;
-    const ScopedVariable registry("AUTOMATION_REGISTRY",
-                                  (scratch.path / "new directory" / "registry").string());
+    const ScopedVariable registry("AUTOMATION_REGISTRY", (scratch / "new directory" / "registry").string());
     const auto create = [](void** object) {
         return CoCreateInstance(CLSID_DispSvr, nullptr, CLSCTX_ALL, IID_IUnknown, object);
     };
     const auto registerFile = [](const fs::path& file) {
         return AutomationRegisterClass(CLSID_DispSvr, u"Test.Class", file.u16string().c_str());
     };
-    const fs::path component = scratch.path / "copia però.so", text = scratch.path / "text.so";
+    const fs::path component = scratch / "copia però.so", text = scratch / "text.so";
     const auto isLoaded = [&] {
         void* handle = dlopen(component.c_str(), RTLD_NOW | RTLD_NOLOAD);
         return handle && dlclose(handle) == 0;
@@ -514,7 +451,7 @@ TEST(Automation, FindsRegisteredClasses)
 
     ComPtr<IUnknown> object;
     EXPECT_EQ(create(object.addressVoid()), REGDB_E_CLASSNOTREG);
-    EXPECT_EQ(registerFile(scratch.path / "gone.so"), S_OK);
+    EXPECT_EQ(registerFile(scratch / "gone.so"), S_OK);
     EXPECT_EQ(create(object.addressVoid()), CO_E_DLLNOTFOUND);
     EXPECT_EQ(registerFile(text), S_OK);
     EXPECT_EQ(create(object.addressVoid()), CO_E_ERRORINDLL);
@@ -541,7 +478,7 @@ TEST(Automation, FindsRegisteredClasses)
 TEST(Automation, LosesNoRegistrationOfSeveralAtOnce)
 {
     const ScratchDirectory scratch;
-    const fs::path file = scratch.path / "registry";
+    const fs::path file = scratch / "registry";
     const ScopedVariable registry("AUTOMATION_REGISTRY", file.string());
     std::ofstream(file) << "a line of somebody else\n";
     constexpr std::uint16_t threads = 4, classes = 10;
@@ -561,17 +498,6 @@ TEST(Automation, LosesNoRegistrationOfSeveralAtOnce)
     const std::string text{std::istreambuf_iterator<char>(lines), {}};
     EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 1 + threads * classes / 2);
     EXPECT_TRUE(text.starts_with("a line of somebody else\n"));
-}
-
-TEST(Automation, RunsPendingEventsOfTheThread)
-{
-    int passes = 0;
-    AutomationSetPendingEvents([](void* context) { ++*static_cast<int*>(context); }, &passes);
-    AutomationRunPendingEvents();
-    std::thread(AutomationRunPendingEvents).join();
-    AutomationSetPendingEvents(nullptr, nullptr);
-    AutomationRunPendingEvents();
-    EXPECT_EQ(passes, 1);
 }
 
 } // namespace

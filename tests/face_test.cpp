@@ -116,30 +116,6 @@ TEST(Face, EveryMemberWorksByNameInAnyCase)
     }
 }
 
-TEST(Face, TypeLibrarySourceSaysWhatTheTableSays)
-{
-    std::ifstream file(std::filesystem::path(__FILE__).parent_path() / "../src/component/face/VQLoan.idl");
-    const std::string idl(std::istreambuf_iterator<char>(file), {});
-    std::map<Passing, std::string> passing{{Passing::in, "[in] "},
-                                           {Passing::inOut, "[in, out] "},
-                                           {Passing::optionalInOut, "[in, out, optional] "}};
-    std::size_t at = 0; // members in their order, each with its parameters in theirs
-    const auto next = [&](const std::string& expected) {
-        at = idl.find(expected, at);
-        EXPECT_NE(at, std::string::npos) << expected;
-    };
-    for (const Member& member : members) {
-        std::ostringstream id;
-        id << "[id(0x" << std::hex << member.id << ")";
-        next(id.str());
-        next(" HRESULT " + text::toUtf8(member.name) + "(");
-        for (const Parameter& p : std::span(member.parameterSlots).first(member.parameterCount())) {
-            next(passing[p.passing]);
-            next((p.passing == Passing::in ? " " : "* ") + (p.name.empty() ? "value" : text::toUtf8(p.name)));
-        }
-    }
-}
-
 // --- Wrong use ---
 
 TEST(Face, WrongUseByNameGetsItsResult)

@@ -167,30 +167,6 @@ TEST_F(Odbc, ValuesCompareAsLiterals)
         << "the server takes no parameters here";
 }
 
-TEST_F(Odbc, FollowsChangesOfTheSchema)
-{
-    const auto connection = open(server().readersConnectionText());
-    const std::string statement = "SELECT * FROM T WHERE K = 'a'";
-    const auto value = [&](const char16_t* column) {
-        return query(connection, statement)->Item(column).Value().toLong();
-    };
-    server().execute("CREATE TABLE T (K text, OLD integer); INSERT INTO T VALUES ('a', 1)");
-    EXPECT_EQ(value(u"Old"), 1);
-    server().execute("DROP TABLE T");
-    const Failed failed = failureOf([&] { value(u"OLD"); });
-    EXPECT_EQ(failed.number, statementFailed);
-    EXPECT_NE(failed.description.find("\"t\" does not exist"), std::string::npos) << failed.description;
-    EXPECT_NE(failed.description.find("(SQLSTATE 42P01, native error"), std::string::npos)
-        << failed.description;
-    server().execute("CREATE TABLE T (K text, NEW integer, C char(1)); INSERT INTO T VALUES ('a', 2, 'x')");
-    EXPECT_EQ(value(u"NEW"), 2);
-    server().execute("ALTER TABLE T RENAME COLUMN NEW TO NEWER");
-    EXPECT_EQ(value(u"NEWER"), 2);
-    EXPECT_EQ(failureOf([&] { value(u"NEW"); }).number, 3265);
-    EXPECT_LT(failureOf([&] { query(connection, "DELETE FROM T"); }).number, 0) << "the account reads only";
-    EXPECT_EQ(value(u"NEWER"), 2);
-}
-
 TEST_F(Odbc, SaysWhyItCannotOpen)
 {
     const struct

@@ -247,16 +247,5 @@ TEST_F(Helpers, DirectoriesAndMarkers)
     EXPECT_EQ(text, u"ab");
 }
 
-TEST_F(Helpers, FilesThatAreThere)
-{
-    std::u16string file = writtenTo(scratch, "f", ""), directory = scratch.file(""),
-                   missing = scratch.file("none");
-    std::u16string cut = file + std::u16string(u"\0.CL2", 5);
-    EXPECT_TRUE(tools.FileExists(file));
-    EXPECT_FALSE(tools.FileExists(directory));
-    EXPECT_FALSE(tools.FileExists(missing));
-    EXPECT_FALSE(tools.FileExists(cut));
-}
-
 } // namespace
 } // namespace vqloan
