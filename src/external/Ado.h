@@ -1,5 +1,5 @@
-// The ADO objects, as far as the component uses them. Every operation may fail with a RuntimeError whose number is an
-// HRESULT and whose text is the database's own.
+// The ADO objects, as far as the component uses them. Every operation may fail with a RuntimeError whose
+// number is an HRESULT and whose text is the database's own.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,8 @@
 namespace vqloan {
 
 namespace ado {
-// Values of Connection::State; further bits are added while a connection is connecting, executing or fetching.
+// Values of Connection::State; further bits are added while a connection is connecting, executing or
+// fetching.
 inline constexpr std::int32_t stateClosed = 0;
 inline constexpr std::int32_t stateOpen = 1;
 inline constexpr std::int32_t cursorDynamic = 2;
@@ -58,8 +59,8 @@ public:
     virtual bool Eof() = 0; // the published name is a macro of <cstdio>
     virtual void MoveNext() = 0;
 
-    // One field of the current row, by name without regard to case or by position from 0. Belongs to the recordset
-    // and is good until it is closed.
+    // One field of the current row, by name without regard to case or by position from 0. Belongs to the
+    // recordset and is good until it is closed.
     virtual Field& Item(std::u16string_view name) = 0;
     virtual Field& Item(std::int32_t position) = 0;
 };

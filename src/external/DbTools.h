@@ -1,5 +1,5 @@
-// The closed database helper, as far as the component calls it. One instance per thread, created on first use and
-// released by nobody. Every operation may fail with a RuntimeError.
+// The closed database helper, as far as the component calls it. One instance per thread, created on first use
+// and released by nobody. Every operation may fail with a RuntimeError.
 #pragma once
 
 #include <cstdint>
@@ -18,8 +18,8 @@ public:
     virtual Variant FieldValue(Field& field, std::int32_t zero) = 0;
     // Closes an open recordset and releases it; accepts an empty reference.
     virtual void CloseRecordset(std::unique_ptr<Recordset>& recordset) = 0;
-    // Closes an open connection and releases it, leaving the reference that the caller is to keep (normally null);
-    // accepts null.
+    // Closes an open connection and releases it, leaving the reference that the caller is to keep (normally
+    // null); accepts null.
     virtual void CloseConn(std::shared_ptr<Connection>& connection) = 0;
 };
 

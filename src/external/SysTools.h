@@ -1,5 +1,6 @@
-// The closed utility component, as far as the component calls it. One instance per thread, created on first use and
-// released by nobody. Every operation may fail with a RuntimeError. Texts by reference may be changed by the callee.
+// The closed utility component, as far as the component calls it. One instance per thread, created on first
+// use and released by nobody. Every operation may fail with a RuntimeError. Texts by reference may be changed
+// by the callee.
 #pragma once
 
 #include <cstdint>
@@ -20,8 +21,8 @@ public:
 
     // The directory as text that a file name can follow directly: it ends in exactly one path separator.
     virtual std::u16string DirSlash(std::u16string& directory) = 0;
-    // The value of the key in that section of the file that `ini` is bound to, or the default where the section or
-    // the key is absent. Section and key hold text, the default text or a 16-bit integer.
+    // The value of the key in that section of the file that `ini` is bound to, or the default where the
+    // section or the key is absent. Section and key hold text, the default text or a 16-bit integer.
     virtual Variant ReadIni(const Variant& section, const Variant& key, const Variant& byDefault,
                             std::shared_ptr<IniFile>& ini) = 0;
     // Removes the marker from the text.
@@ -36,8 +37,8 @@ public:
     // A clock in milliseconds.
     virtual std::int32_t TickCount() = 0;
 
-    // The thread's last recorded failure. Each detail is a Variant: Number and LastDllError 32-bit integers, the
-    // others text; or missing, as each is at first.
+    // The thread's last recorded failure. Each detail is a Variant: Number and LastDllError 32-bit integers,
+    // the others text; or missing, as each is at first.
     struct FailureDetails
     {
         Variant Number = Variant::missing();
