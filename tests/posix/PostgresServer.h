@@ -154,6 +154,7 @@ private:
         std::vector<char*> arguments;
         for (const std::string& argument : command)
             arguments.push_back(const_cast<char*>(argument.c_str()));
+        arguments.front() = const_cast<char*>(program.c_str()); // it looks beside itself for its companions
         arguments.push_back(nullptr);
         const passwd* owner = account();
         const pid_t child = fork();
