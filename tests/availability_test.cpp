@@ -16,7 +16,7 @@ protected:
     {
         if (const std::string why = GetParam().whyNot(); !why.empty())
             GTEST_SKIP() << why;
-        database_ = GetParam().make(site.directory);
+        database_ = GetParam().make();
         run("BEGIN;" + schemaAndRows() + "COMMIT;");
         connect = database_->connectionText();
         site.settings(databaseSettings(connect));

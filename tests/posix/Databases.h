@@ -2,15 +2,13 @@
 // would reach it.
 #pragma once
 
-#include <sqlite3.h>
-
 #include <memory>
 #include <ostream>
-#include <stdexcept>
 #include <string>
 
 #include "Network.h"
 #include "PostgresServer.h"
+#include "SqliteFile.h"
 
 namespace vqloan::test {
 
@@ -25,30 +23,22 @@ public:
     virtual bool isUntyped() const = 0;
 };
 
-// A file in that directory, reached directly or through its ODBC driver.
+// A file, reached directly or through its ODBC driver.
 class SqliteDatabase final : public LibraryDatabase
 {
 public:
-    SqliteDatabase(const ScratchDirectory& directory, std::string connectionText, bool isUntyped)
-        : connectionText_(std::move(connectionText) + (directory / "library.db").string()),
-          isUntyped_(isUntyped)
-    {
-        sqlite3_open((directory / "library.db").c_str(), &handle_);
-    }
-    ~SqliteDatabase() override { sqlite3_close(handle_); }
+    SqliteDatabase(const std::string& way, bool isUntyped)
+        : connectionText_(way + file_.path().string()), isUntyped_(isUntyped)
+    {}
 
     std::string connectionText() const override { return connectionText_; }
     bool isUntyped() const override { return isUntyped_; }
-    void run(const std::string& statements) override
-    {
-        if (sqlite3_exec(handle_, statements.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK)
-            throw std::runtime_error(sqlite3_errmsg(handle_));
-    }
+    void run(const std::string& statements) override { file_.execute(statements); }
 
 private:
+    SqliteFile file_;
     std::string connectionText_;
     bool isUntyped_;
-    sqlite3* handle_ = nullptr;
 };
 
 class PostgresDatabase final : public LibraryDatabase
@@ -66,7 +56,7 @@ struct DatabaseKind
 {
     const char* name;
     std::string (*whyNot)(); // empty where the tests can have one
-    std::unique_ptr<LibraryDatabase> (*make)(const ScratchDirectory& directory);
+    std::unique_ptr<LibraryDatabase> (*make)();
     bool cutsToBytes = false; // a driver without wide functions; texts beyond ASCII may be kept from it
 };
 
@@ -75,22 +65,25 @@ inline void PrintTo(const DatabaseKind& kind, std::ostream* out)
     *out << kind.name;
 }
 
+inline std::unique_ptr<LibraryDatabase> sqlite()
+{
+    return std::make_unique<SqliteDatabase>("Provider=SQLite;Data Source=", true);
+}
+inline std::unique_ptr<LibraryDatabase> sqliteOverOdbc()
+{
+    return std::make_unique<SqliteDatabase>("Driver={SQLite3};Database=", false); // makes a date of any text
+}
+inline std::unique_ptr<LibraryDatabase> postgres()
+{
+    return std::make_unique<PostgresDatabase>();
+}
+
 inline const DatabaseKind databaseKinds[] = {
-    {"Sqlite", [] { return std::string(); },
-     [](const ScratchDirectory& directory) -> std::unique_ptr<LibraryDatabase> {
-         return std::make_unique<SqliteDatabase>(directory, "Provider=SQLite;Data Source=", true);
-     }},
+    {"Sqlite", [] { return std::string(); }, sqlite},
     {"SqliteOverOdbc",
      [] { return hasOdbcDriver("SQLite3") ? "" : std::string("SQLite's ODBC driver is not installed"); },
-     [](const ScratchDirectory& directory) -> std::unique_ptr<LibraryDatabase> {
-         return std::make_unique<SqliteDatabase>(directory,
-                                                 "Driver={SQLite3};Database=", false); // makes a date of it
-     },
-     true},
-    {"Postgres", PostgresServer::whyNot,
-     [](const ScratchDirectory&) -> std::unique_ptr<LibraryDatabase> {
-         return std::make_unique<PostgresDatabase>();
-     }},
+     sqliteOverOdbc, true},
+    {"Postgres", PostgresServer::whyNot, postgres},
 };
 
 } // namespace vqloan::test
