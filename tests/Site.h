@@ -7,6 +7,7 @@
 #include <string>
 
 #include "Component.h"
+#include "FailureOf.h"
 #include "ScratchDirectory.h"
 #include "platform/automation/Bstr.h"
 #include "platform/automation/Variant.h"
@@ -31,12 +32,6 @@ inline std::string readable(const std::string& bytes)
             text += c == '\t' ? '|' : c == '\0' ? '~' : c;
     return text;
 }
-
-struct RecordedFailure
-{
-    std::int32_t number = 0;
-    std::string source, description;
-};
 
 // One object, used through its published interface.
 class Client
@@ -84,7 +79,8 @@ public:
         check(object->put_BibPosse(Bstr(text::fromUtf8(code)).get()));
     }
 
-    RecordedFailure failure()
+    // The last one recorded.
+    Failed failure()
     {
         Variant number, source, description;
         check(object->LastError(number.address(), source.address(), description.address(), nullptr, nullptr,

@@ -7,7 +7,6 @@
 #include <string>
 
 #include "ScratchDirectory.h"
-#include "platform/runtime/Text.h"
 
 namespace vqloan::test {
 
@@ -24,10 +23,7 @@ public:
     SqliteFile& operator=(const SqliteFile&) = delete;
 
     std::filesystem::path path() const { return directory_ / "library.db"; }
-    std::u16string connectionText() const
-    {
-        return u"Provider=SQLite;Data Source=" + text::fromUtf8(path().string());
-    }
+    std::string connectionText() const { return "Provider=SQLite;Data Source=" + path().string(); }
 
     // On a connection that stays open: what a script begins, it must end. Throws what the database says.
     void execute(const std::string& script)

@@ -146,16 +146,8 @@ TEST(OtherGroup, PlacesAndFailsAsTheTextWould)
             const bool failed = random() % 20 == 0; // keeps its place, but begins with another field
             const std::u16string line =
                 (failed ? u"Codice Bibl. " + key : key) + u"\t" + std::u16string(random() % longest, u'.');
-            const auto outcome = [](auto step) { // the failure's number, or 0
-                try {
-                    step();
-                    return 0;
-                } catch (const RuntimeError& failure) {
-                    return failure.number;
-                }
-            };
-            const int expected = outcome([&] { reference.place(key, line, n); });
-            ASSERT_EQ(outcome([&] { group.insert(group.search(key, n), line); }), expected)
+            const int expected = failureOf([&] { reference.place(key, line, n); }).number;
+            ASSERT_EQ(failureOf([&] { group.insert(group.search(key, n), line); }).number, expected)
                 << round << ":" << n;
             overflows += expected == 6;
         }

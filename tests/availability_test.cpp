@@ -18,7 +18,7 @@ protected:
             GTEST_SKIP() << why;
         database_ = GetParam().make();
         run("BEGIN;" + schemaAndRows() + "COMMIT;");
-        connect = database_->connectionText();
+        connect = database_.connectionText;
         site.settings(databaseSettings(connect));
     }
     Client opened()
@@ -27,14 +27,13 @@ protected:
         EXPECT_FALSE(client.open("SQL2")) << client.failure().description;
         return client;
     }
-    void run(const std::string& statements) { database_->run(statements); }
-    bool isUntyped() const { return database_->isUntyped(); }
+    void run(const std::string& statements) { database_.run(statements); }
 
     Site site;
     std::string connect;
 
 private:
-    std::unique_ptr<LibraryDatabase> database_;
+    LibraryDatabase database_;
 };
 
 INSTANTIATE_TEST_SUITE_P(, Availability, testing::ValuesIn(databaseKinds),
@@ -89,11 +88,11 @@ TEST_P(Availability, AFailureIsThatOfItsLine)
     };
     Client desk = opened();
     for (const Case& c : cases) {
-        if (c.needsUntyped && !isUntyped())
+        if (c.needsUntyped && !GetParam().isUntyped)
             continue; // the database keeps such a value out
         run(c.damage);
         const std::string answer = desk.ask("01|A 1|LENT\n02||FREE\n");
-        const RecordedFailure failure = desk.failure();
+        const Failed failure = desk.failure();
         EXPECT_EQ(answer, "Codice Bibl. 01|Coll. A 1, Inv. LENT|ERRORE: " + failure.description +
                               "\nInv. FREE|Archivio|Inv. FREESenza prestiti||||\n")
             << c.what;

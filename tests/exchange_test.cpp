@@ -96,7 +96,7 @@ TEST_F(Gateway, Failures)
         c.damage();
         const std::size_t before = openFiles();
         EXPECT_EQ(desk.ask("01|A|1"), failed) << c.what;
-        const RecordedFailure failure = desk.failure();
+        const Failed failure = desk.failure();
         EXPECT_EQ(failure.number, c.number) << c.what << ": " << failure.description;
         EXPECT_EQ(failure.source, "SvrODBC.CallSql") << c.what;
         EXPECT_EQ(openFiles(), before) << c.what;

@@ -2,6 +2,7 @@
 // would reach it.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <ostream>
 #include <string>
@@ -12,51 +13,18 @@
 
 namespace vqloan::test {
 
-class LibraryDatabase
+struct LibraryDatabase
 {
-public:
-    virtual ~LibraryDatabase() = default;
-    virtual std::string connectionText() const = 0;
-    // Behind the component's back; throws what the database says.
-    virtual void run(const std::string& statements) = 0;
-    // Whether a column of dates gives any text that it holds.
-    virtual bool isUntyped() const = 0;
-};
-
-// A file, reached directly or through its ODBC driver.
-class SqliteDatabase final : public LibraryDatabase
-{
-public:
-    SqliteDatabase(const std::string& way, bool isUntyped)
-        : connectionText_(way + file_.path().string()), isUntyped_(isUntyped)
-    {}
-
-    std::string connectionText() const override { return connectionText_; }
-    bool isUntyped() const override { return isUntyped_; }
-    void run(const std::string& statements) override { file_.execute(statements); }
-
-private:
-    SqliteFile file_;
-    std::string connectionText_;
-    bool isUntyped_;
-};
-
-class PostgresDatabase final : public LibraryDatabase
-{
-public:
-    std::string connectionText() const override { return server_.readersConnectionText(); }
-    bool isUntyped() const override { return false; }
-    void run(const std::string& statements) override { server_.execute(statements); }
-
-private:
-    PostgresServer server_;
+    std::string connectionText;
+    std::function<void(const std::string& statements)> run; // behind the component's back; may throw
 };
 
 struct DatabaseKind
 {
     const char* name;
     std::string (*whyNot)(); // empty where the tests can have one
-    std::unique_ptr<LibraryDatabase> (*make)();
+    LibraryDatabase (*make)();
+    bool isUntyped = false;   // a column of dates gives any text that it holds
     bool cutsToBytes = false; // a driver without wide functions; texts beyond ASCII may be kept from it
 };
 
@@ -65,24 +33,24 @@ inline void PrintTo(const DatabaseKind& kind, std::ostream* out)
     *out << kind.name;
 }
 
-inline std::unique_ptr<LibraryDatabase> sqlite()
+// A file, reached directly or through its ODBC driver.
+inline LibraryDatabase sqlite(const std::string& way)
 {
-    return std::make_unique<SqliteDatabase>("Provider=SQLite;Data Source=", true);
+    const auto file = std::make_shared<SqliteFile>();
+    return {way + file->path().string(), [file](const auto& statements) { file->execute(statements); }};
 }
-inline std::unique_ptr<LibraryDatabase> sqliteOverOdbc()
+inline LibraryDatabase postgres()
 {
-    return std::make_unique<SqliteDatabase>("Driver={SQLite3};Database=", false); // makes a date of any text
-}
-inline std::unique_ptr<LibraryDatabase> postgres()
-{
-    return std::make_unique<PostgresDatabase>();
+    const auto server = std::make_shared<PostgresServer>();
+    return {server->readersConnectionText(),
+            [server](const auto& statements) { server->execute(statements); }};
 }
 
 inline const DatabaseKind databaseKinds[] = {
-    {"Sqlite", [] { return std::string(); }, sqlite},
+    {"Sqlite", [] { return std::string(); }, [] { return sqlite("Provider=SQLite;Data Source="); }, true},
     {"SqliteOverOdbc",
      [] { return hasOdbcDriver("SQLite3") ? "" : std::string("SQLite's ODBC driver is not installed"); },
-     sqliteOverOdbc, true},
+     [] { return sqlite("Driver={SQLite3};Database="); }, false, true}, // it makes a date of any text
     {"Postgres", PostgresServer::whyNot, postgres},
 };
 

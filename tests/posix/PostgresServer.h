@@ -2,40 +2,55 @@
 #pragma once
 
 #include <arpa/inet.h>
-#include <fcntl.h>
-#include <grp.h>
 #include <netinet/in.h>
 #include <pwd.h>
-#include <sys/prctl.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <stdexcept>
 #include <string>
 #include <thread>
-#include <vector>
+#include <utility>
 
 #include "ScratchDirectory.h"
 
 namespace vqloan::test {
 
-// A port of the loopback interface that nobody listens on.
+// A port of the loopback interface that takes connections and never says a word.
+class SilentPort
+{
+public:
+    SilentPort()
+    {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof address;
+        bind(listener_, reinterpret_cast<sockaddr*>(&address), size);
+        listen(listener_, 5);
+        getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &size);
+        number_ = ntohs(address.sin_port);
+    }
+    ~SilentPort() { close(listener_); }
+    SilentPort(const SilentPort&) = delete;
+    SilentPort& operator=(const SilentPort&) = delete;
+
+    int number() const { return number_; }
+
+private:
+    int listener_ = socket(AF_INET, SOCK_STREAM, 0), number_ = 0;
+};
+
+// One that nobody listens on.
 inline int freePort()
 {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    const int listener = socket(AF_INET, SOCK_STREAM, 0);
-    bind(listener, reinterpret_cast<sockaddr*>(&address), size);
-    getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size);
-    close(listener);
-    return ntohs(address.sin_port);
+    return SilentPort().number();
 }
 
 inline bool hasOdbcDriver(const std::string& name)
@@ -63,31 +78,31 @@ public:
 
     PostgresServer()
     {
-        std::filesystem::permissions(directory_.path(), std::filesystem::perms(0755));
-        std::filesystem::create_directory(data_);
-        write(log_, "");
-        if (const passwd* owner = account())
-            if (chown(data_.c_str(), owner->pw_uid, owner->pw_gid) != 0 ||
-                chown(log_.c_str(), owner->pw_uid, owner->pw_gid) != 0)
-                throw std::runtime_error("cannot give the server its directory");
-        run({"initdb", "-D", data_, "-U", "postgres", "--auth=trust", "--encoding=UTF8", "--locale=C",
-             "--no-sync"});
+        if (geteuid() == 0 && std::system(("chown postgres " + directory_.path().string()).c_str()) != 0)
+            throw std::runtime_error("cannot give the server its directory");
+        run("initdb -U postgres --auth=trust --encoding=UTF8 --locale=C --no-sync -D " + data_.string());
         write(data_ / "pg_hba.conf",
               "host all postgres 127.0.0.1/32 trust\nhost all all 127.0.0.1/32 scram-sha-256\n");
         start();
         execute(std::string("CREATE ROLE ") + reader + " LOGIN PASSWORD '" + readersPassword +
                 "'; ALTER DEFAULT PRIVILEGES IN SCHEMA public GRANT SELECT ON TABLES TO " + reader);
     }
-    ~PostgresServer() { stop(SIGQUIT); }
+    ~PostgresServer()
+    {
+        if (process_)
+            stop(SIGQUIT);
+    }
     PostgresServer(const PostgresServer&) = delete;
     PostgresServer& operator=(const PostgresServer&) = delete;
 
     void start()
     {
-        process_ = spawn({"postgres", "-D", data_, "-p", std::to_string(port_), "-c",
-                          "listen_addresses=127.0.0.1", "-c", "unix_socket_directories=", "-c", "fsync=off"});
+        const std::string server = "postgres -c listen_addresses=127.0.0.1 -c unix_socket_directories= "
+                                   "-c fsync=off -p " +
+                                   std::to_string(port_) + " -D " + data_.string();
+        process_ = popen(("exec " + line(server)).c_str(), "w");
         for (int tries = 0; tries < 600; ++tries) {
-            if (succeeds(psql({"-c", "SELECT 1"})))
+            if (succeeds("pg_isready -h 127.0.0.1 -p " + std::to_string(port_)))
                 return;
             std::this_thread::sleep_for(std::chrono::milliseconds(50));
         }
@@ -96,18 +111,15 @@ public:
     // Ends all sessions and the server.
     void stop(int signal = SIGINT)
     {
-        if (process_ > 0) {
-            kill(process_, signal);
-            waitpid(process_, nullptr, 0);
-        }
-        process_ = 0;
+        kill(std::stoi(read(data_ / "postmaster.pid")), signal);
+        pclose(std::exchange(process_, nullptr)); // waits for it
     }
 
     void execute(const std::string& statements) const
     {
         write(directory_ / "statements.sql", statements);
-        if (!succeeds(psql({"-v", "ON_ERROR_STOP=1", "-f", directory_ / "statements.sql"})))
-            throw std::runtime_error(statements + ": " + read(log_));
+        run("psql -X -q -h 127.0.0.1 -p " + std::to_string(port_) + " -U postgres -v ON_ERROR_STOP=1 -f " +
+            (directory_ / "statements.sql").string());
     }
     void endSessions() const
     {
@@ -128,8 +140,6 @@ public:
     int port() const { return port_; }
 
 private:
-    using Arguments = std::vector<std::string>;
-
     static std::filesystem::path programs()
     {
         std::filesystem::path newest;
@@ -139,51 +149,26 @@ private:
                 newest = std::max(newest, version.path() / "bin");
         return newest;
     }
-    static const passwd* account() { return geteuid() == 0 ? getpwnam("postgres") : nullptr; }
 
-    Arguments psql(Arguments more) const
+    // The shell's line for one of the server's programs: as a user that it runs for, and not beyond the
+    // tests' end, in whatever way they end.
+    std::string line(const std::string& command) const
     {
-        Arguments all{"psql", "-X", "-q", "-h", "127.0.0.1", "-p", std::to_string(port_), "-U", "postgres"};
-        all.insert(all.end(), more.begin(), more.end());
-        return all;
+        return "setpriv --pdeathsig QUIT " +
+               std::string(geteuid() == 0 ? "--reuid=postgres --regid=postgres --clear-groups " : "") +
+               (programs() / command).string() + " >>" + log_.string() + " 2>&1";
     }
-
-    pid_t spawn(const Arguments& command) const
-    {
-        const std::string program = programs() / command.front();
-        std::vector<char*> arguments;
-        for (const std::string& argument : command)
-            arguments.push_back(const_cast<char*>(argument.c_str()));
-        arguments.front() = const_cast<char*>(program.c_str()); // it looks beside itself for its companions
-        arguments.push_back(nullptr);
-        const passwd* owner = account();
-        const pid_t child = fork();
-        if (child != 0)
-            return child;
-        if (owner && (setgroups(0, nullptr) != 0 || setgid(owner->pw_gid) != 0 || setuid(owner->pw_uid) != 0))
-            _exit(126);
-        prctl(PR_SET_PDEATHSIG, SIGQUIT); // when the tests end in whatever way
-        const int log = open(log_.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
-        dup2(log, STDOUT_FILENO);
-        dup2(log, STDERR_FILENO);
-        execv(program.c_str(), arguments.data());
-        _exit(127);
-    }
-    bool succeeds(const Arguments& command) const
-    {
-        int status = 0;
-        return waitpid(spawn(command), &status, 0) > 0 && WIFEXITED(status) && WEXITSTATUS(status) == 0;
-    }
-    void run(const Arguments& command) const
+    bool succeeds(const std::string& command) const { return std::system(line(command).c_str()) == 0; }
+    void run(const std::string& command) const
     {
         if (!succeeds(command))
-            throw std::runtime_error(command.front() + " fails: " + read(log_));
+            throw std::runtime_error(command + " fails: " + read(log_));
     }
 
     ScratchDirectory directory_;
     std::filesystem::path data_ = directory_ / "data", log_ = directory_ / "server.log";
     int port_ = freePort();
-    pid_t process_ = 0;
+    FILE* process_ = nullptr;
 };
 
 } // namespace vqloan::test

@@ -16,13 +16,8 @@
 #include "platform/runtime/Clock.h"
 #include "platform/runtime/TextFiles.h"
 
-namespace vqloan {
+namespace vqloan::test {
 namespace {
-
-using test::failureOf;
-using test::none;
-using test::ScratchDirectory;
-using test::writtenTo;
 
 TEST(TextFiles, EveryFailureHasItsNumber)
 {
@@ -54,21 +49,21 @@ TEST(TextFiles, EveryFailureHasItsNumber)
         {"number not open", [] { files::readLine(9); }, 52},
         {"read what is written", [] { files::readLine(2); }, 54},
         {"write what is read", [] { files::writeLine(1, u""); }, 54},
-        {"close a number not open", [] { files::close(9); }, none},
+        {"close a number not open", [] { files::close(9); }, 0},
     };
     for (const auto& [name, step, failure] : cases)
-        EXPECT_EQ(failureOf(step), failure) << name;
+        EXPECT_EQ(failureOf(step).number, failure) << name;
 
     if (::geteuid() != 0) { // root may do everything
         std::filesystem::permissions(scratch / "f", std::filesystem::perms::none);
-        EXPECT_EQ(failureOf(reading(file)), 70);
-        EXPECT_EQ(failureOf(writing(file)), 70);
+        EXPECT_EQ(failureOf(reading(file)).number, 70);
+        EXPECT_EQ(failureOf(writing(file)).number, 70);
     }
     rlimit limit{};
     ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
     const rlimit exhausted{3, limit.rlim_max};
     ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &exhausted), 0);
-    EXPECT_EQ(failureOf(reading(scratch.file("out"))), 67);
+    EXPECT_EQ(failureOf(reading(scratch.file("out"))).number, 67);
     ::setrlimit(RLIMIT_NOFILE, &limit);
     files::closeAll();
 }
@@ -77,7 +72,7 @@ TEST(TextFiles, AFullDeviceIsToldAtTheLatestWhenTheFileIsClosed)
 {
     files::openForWriting(1, u"/dev/full");
     files::writeLine(1, u"x");
-    EXPECT_EQ(failureOf([] { files::close(1); }), 61);
+    EXPECT_EQ(failureOf([] { files::close(1); }).number, 61);
     EXPECT_EQ(files::freeNumber(), 1); // free all the same
 }
 
@@ -113,4 +108,4 @@ TEST(ApplicationInfo, NamesTheLoadedFile)
 }
 
 } // namespace
-} // namespace vqloan
+} // namespace vqloan::test
