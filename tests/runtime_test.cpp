@@ -128,7 +128,7 @@ TEST(TextFiles, ReadLinesUpToCr)
         files::openForReading(3, writtenTo(scratch, "f", contents));
         std::vector<std::u16string> lines;
         while (!files::atEnd(3))
-            lines.push_back(files::readLine(3));
+            lines.emplace_back(files::readLine(3));
         EXPECT_EQ(lines, expected);
         EXPECT_EQ(failureOf([] { files::readLine(3); }).number, 62);
         files::close(3);

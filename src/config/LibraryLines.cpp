@@ -1,7 +1,5 @@
 #include "config/LibraryLines.h"
 
-#include <utility>
-
 #include "platform/runtime/RuntimeError.h"
 #include "platform/runtime/Text.h"
 #include "platform/runtime/TextFiles.h"
@@ -33,7 +31,7 @@ void loadLibraryLines(std::int32_t fileNo, LibraryTable& table, std::u16string& 
     std::int32_t row = 0;
     std::u16string previous;
     while (!files::atEnd(fileNo)) {
-        std::u16string line = files::readLine(fileNo);
+        const std::u16string_view line = files::readLine(fileNo);
         if (isLibraryLine(line)) {
             storeLibraryLine(table, ++row, line);
             const auto equals = previous.find(u'=');
@@ -42,7 +40,7 @@ void loadLibraryLines(std::int32_t fileNo, LibraryTable& table, std::u16string& 
                 skipText = previous.substr(equals + 1);
             }
         }
-        previous = std::move(line);
+        previous = line;
     }
 }
 

@@ -151,12 +151,25 @@ std::u16string_view left(std::u16string_view text, std::int32_t length)
     return text.substr(0, notNegative(length));
 }
 
+std::u16string fromCodePage(std::string_view bytes)
+{
+    std::u16string text;
+    fromCodePage(bytes, text);
+    return text;
+}
+
 std::string toUtf8(std::u16string_view text)
 {
     // Nearly every text is ASCII alone, and paths are converted with each file operation.
-    const auto ascii = std::find_if(text.begin(), text.end(), [](char16_t unit) { return unit >= 0x80; });
-    std::string bytes(text.begin(), ascii);
-    text.remove_prefix(bytes.size());
+    std::string bytes(text.size(), '\0');
+    char16_t allBits = 0;
+    std::transform(text.begin(), text.end(), bytes.begin(), [&allBits](char16_t unit) {
+        allBits |= unit;
+        return static_cast<char>(unit);
+    });
+    if (allBits < 0x80)
+        return bytes;
+    bytes.clear();
     const auto add = [&bytes](char32_t byte) { bytes += static_cast<char>(byte); };
     while (!text.empty()) {
         char32_t character = takeCharacter(text);

@@ -32,6 +32,8 @@ std::u16string_view left(std::u16string_view text, std::int32_t length);
 // Windows-1252 (on Windows the machine's ANSI code page). A character it lacks is written as "?".
 std::string toCodePage(std::u16string_view text);
 std::u16string fromCodePage(std::string_view bytes);
+// The same into a text whose space is used again.
+void fromCodePage(std::string_view bytes, std::u16string& text);
 
 // UTF-8. Ill-formed input reads as U+FFFD; a surrogate without its other half is written as U+FFFD.
 std::string toUtf8(std::u16string_view text);

@@ -27,24 +27,20 @@ public:
             fill();
     }
 
-    std::u16string readLine()
+    std::u16string_view readLine()
     {
         if (atEnd())
             throw RuntimeError(Failure::InputPastEnd);
-        std::string line;
-        while (fill()) {
-            const auto end = unread_.find('\r');
-            const std::string_view piece = unread_.substr(0, end);
-            unread_.remove_prefix(piece.size());
-            if (end != unread_.npos) {
-                unread_.remove_prefix(1);
-                lineFeedMayFollow_ = true;
-                // Usually the line is here whole, and needs no copy.
-                return text::fromCodePage(line.empty() ? piece : line.append(piece));
-            }
-            line += piece;
+        const std::string_view piece = takePiece();
+        if (afterCr_) { // usually the line is here whole, and needs no copy
+            text::fromCodePage(piece, line_);
+        } else {
+            std::string pieces(piece);
+            while (!afterCr_ && fill())
+                pieces += takePiece();
+            text::fromCodePage(pieces, line_);
         }
-        return text::fromCodePage(line);
+        return line_;
     }
 
     bool atEnd()
@@ -53,7 +49,7 @@ public:
         if (!fill())
             return true;
         // Looked at here and not with the CR, so that no line costs a read of what comes after it.
-        if (std::exchange(lineFeedMayFollow_, false) && unread_.front() == '\n')
+        if (std::exchange(afterCr_, false) && unread_.front() == '\n')
             unread_.remove_prefix(1);
         return !fill();
     }
@@ -95,6 +91,16 @@ private:
         return !ended_;
     }
 
+    // What is unread up to the next CR, which is taken too, or all of it.
+    std::string_view takePiece()
+    {
+        const std::string_view piece = unread_.substr(0, unread_.find('\r'));
+        unread_.remove_prefix(piece.size());
+        afterCr_ = !unread_.empty();
+        unread_.remove_prefix(afterCr_ ? 1 : 0);
+        return piece;
+    }
+
     void flush()
     {
         // What could not be written is not tried again.
@@ -106,9 +112,10 @@ private:
     os::File::Mode mode_;
     std::unique_ptr<char[]> space_; // not cleared: most files fill little of it
     std::string_view unread_;       // in that space
+    std::u16string line_;           // the last one read
     std::string unwritten_;
     bool ended_ = false;
-    bool lineFeedMayFollow_ = false;
+    bool afterCr_ = false; // an LF that follows belongs to it
 };
 
 using OpenFiles = std::map<std::int32_t, TextFile>;
@@ -157,7 +164,7 @@ void openForWriting(std::int32_t number, std::u16string_view path)
     open(number, path, os::File::Mode::Write);
 }
 
-std::u16string readLine(std::int32_t number)
+std::u16string_view readLine(std::int32_t number)
 {
     return fileOf(number).readLine();
 }

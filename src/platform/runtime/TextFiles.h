@@ -20,8 +20,8 @@ void openForReading(std::int32_t number, std::u16string_view path);
 void openForWriting(std::int32_t number, std::u16string_view path);
 
 // The text up to the next CR or the end of the file; a CR, or CR LF, ends a line and is taken away, a lone LF
-// is part of the line.
-std::u16string readLine(std::int32_t number);
+// is part of the line. Valid until the file is read again or closed.
+std::u16string_view readLine(std::int32_t number);
 bool atEnd(std::int32_t number);
 // The text and CR LF.
 void writeLine(std::int32_t number, std::u16string_view line);

@@ -45,14 +45,13 @@ std::string toCodePage(std::u16string_view text)
     return bytes;
 }
 
-std::u16string fromCodePage(std::string_view bytes)
+void fromCodePage(std::string_view bytes, std::u16string& text)
 {
-    std::u16string text(bytes.size(), u'\0');
+    text.resize(bytes.size());
     std::transform(bytes.begin(), bytes.end(), text.begin(), [](char byte) {
         const auto number = static_cast<unsigned char>(byte);
         return number >= 0x80 && number <= 0x9F ? above7F[number - 0x80u] : char16_t{number};
     });
-    return text;
 }
 
 } // namespace vqloan::text

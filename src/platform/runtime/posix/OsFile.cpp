@@ -15,18 +15,19 @@ namespace vqloan::os {
 namespace {
 
 // The system would stop reading a path at an embedded 0 and take another file than the one named.
-bool isNamable(std::u16string_view path)
+bool isNamable(const std::string& path)
 {
-    return path.find(u'\0') == path.npos;
+    return path.find('\0') == path.npos;
 }
 
 std::string nativePath(std::u16string_view path)
 {
     if (path.empty())
         throw RuntimeError(Failure::PathFileAccessError, ENOENT);
-    if (!isNamable(path))
+    std::string native = text::toUtf8(path);
+    if (!isNamable(native))
         throw RuntimeError(Failure::BadFileNumber, EINVAL);
-    return text::toUtf8(path);
+    return native;
 }
 
 bool isDirectory(const std::string& path)
@@ -177,8 +178,9 @@ void removeFile(std::u16string_view path)
 
 std::optional<FileState> stateOf(std::u16string_view path)
 {
+    const std::string native = text::toUtf8(path);
     struct stat status;
-    if (!isNamable(path) || ::stat(text::toUtf8(path).c_str(), &status) != 0)
+    if (!isNamable(native) || ::stat(native.c_str(), &status) != 0)
         return std::nullopt;
     return stateFrom(status);
 }
@@ -187,7 +189,7 @@ bool isReadableFile(std::u16string_view path)
 {
     const std::string native = text::toUtf8(path);
     struct stat status;
-    return isNamable(path) && ::stat(native.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
+    return isNamable(native) && ::stat(native.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
            ::access(native.c_str(), R_OK) == 0;
 }
 

@@ -44,18 +44,19 @@ std::string toCodePage(std::u16string_view text)
     return bytes;
 }
 
-std::u16string fromCodePage(std::string_view bytes)
+void fromCodePage(std::string_view bytes, std::u16string& text)
 {
-    if (isUtf8Machine())
-        return fromUtf8(bytes);
-    std::u16string text(bytes.size(), u'\0');
+    if (isUtf8Machine()) {
+        text = fromUtf8(bytes);
+        return;
+    }
+    text.resize(bytes.size());
     if (bytes.empty())
-        return text;
+        return;
     const int length = static_cast<int>(bytes.size());
     const int written =
         MultiByteToWideChar(CP_ACP, 0, bytes.data(), length, reinterpret_cast<OLECHAR*>(text.data()), length);
     text.resize(static_cast<std::size_t>(written));
-    return text;
 }
 
 } // namespace vqloan::text
