@@ -118,7 +118,8 @@ public:
     void execute(const std::string& statements) const
     {
         write(directory_ / "statements.sql", statements);
-        run("psql -X -q -h 127.0.0.1 -p " + std::to_string(port_) + " -U postgres -v ON_ERROR_STOP=1 -f " +
+        // Opened by the shell: the server's user may not be allowed to.
+        run("psql -X -q -h 127.0.0.1 -p " + std::to_string(port_) + " -U postgres -v ON_ERROR_STOP=1 <" +
             (directory_ / "statements.sql").string());
     }
     void endSessions() const
