@@ -2,7 +2,6 @@
 // database that is tested holds these rows and is asked these questions.
 #pragma once
 
-#include <chrono>
 #include <ctime>
 #include <optional>
 #include <string>
@@ -11,14 +10,7 @@
 namespace vqloan::test {
 
 using Value = std::optional<std::string>; // nothing: NULL
-
-// Rows as the columns stand in `schema`. Dates are days from today, with a time of day behind a blank.
-struct Table
-{
-    std::string name;
-    std::vector<std::string> columns;
-    std::vector<std::vector<Value>> rows;
-};
+using Row = std::vector<Value>;
 
 inline std::string dayFromToday(int days, const char* format = "%Y-%m-%d")
 {
@@ -33,11 +25,100 @@ inline std::string dayFromToday(int days, const char* format = "%Y-%m-%d")
     return text;
 }
 
+// One question, what the database holds of its copy, and the record that answers it: "library's
+// description|fields of the situation". Dates are days from today, with a time of day behind a blank.
+struct Question
+{
+    const char* situation;
+    const char* library;
+    const char* inventory;
+    Row copy; // STATO, FLGSERV, COLLOCAZIONE; none: not held
+    Row loan; // LIVSOLL, DATA_SCAD, DATA, FLGCHIUSO; none: not lent
+    std::string record;
+};
+
+inline std::vector<Question> questions()
+{
+    const Value null;
+    const Row none;
+    const auto held = [](const Value& status = "0", const Value& service = "S", const Value& mark = "A 1") {
+        return Row{status, service, mark};
+    };
+    const auto lent = [](const Value& reminders, const Value& due, const Value& since = dayFromToday(-20),
+                         const Value& closed = {}) {
+        return Row{reminders, due, since, closed};
+    };
+    const std::string yesterday = dayFromToday(-1), today = dayFromToday(0), tomorrow = dayFromToday(1),
+                      inRestoration = "In restauro" + std::string(27, ' '); // to the 40th character
+    return {
+        {"available", "01", "FREE", held(), none, "Civica||Disponibile|"},
+        {"available, columns NULL", "01", "FREE-NULLS", held(null, null, "A 1  "), none,
+         "Civica||Disponibile|"},
+        {"no movements kept wins over all", "02", "FREE", held(), none, "Archivio|Senza prestiti||"},
+        {"no movements kept, copy unknown", "02", "NOWHERE", none, none, "Archivio|Senza prestiti||"},
+        {"no movements kept, no description", "05", "FREE", none, none, "05|Senza prestiti||"},
+        {"the flag is not trimmed", "03", "FREE", held(), none, "Rionale||Disponibile|"},
+        {"no description", "04", "FREE", held(), none, "04||Disponibile|"},
+        {"library not in the table", "09", "FREE", held(), none, "09||Disponibile|"},
+        {"not held", "01", "NOWHERE", none, none, "|Non posseduto||"},
+        {"not held: exact case", "o'1", "X'Y", none, none, "|Non posseduto||"},
+        {"quotes in code and number", "O'1", "X'Y", held(), none, "Fondo \"O'Neill\"; --||Disponibile|"},
+        {"out of service wins over status and loan", "01", "OUT", held("1", "n "), lent("2", yesterday),
+         "Civica||Fuori servizio||"},
+        {"status text wins over the shelf mark", "01", "STATUS", held("1 ", "S", "SC 1"), none,
+         "Civica||" + inRestoration + "||"},
+        {"status without a text", "01", "STATUS-NO-TEXT", held("5"), none, "Civica||(stato) Disponibile|"},
+        {"status without a text, lent", "01", "STATUS-NO-TEXT-LENT", held("5"),
+         lent("0", tomorrow, "2024-02-29"), "Civica||(stato) In prestito|29-02-2024|"},
+        {"negative status", "01", "STATUS-NEGATIVE", held("-1"), none, "Civica||Disponibile|"},
+        {"status no number", "01", "STATUS-WORD", held("x1"), none, "Civica||Disponibile|"},
+        {"status with a leading number", "01", "STATUS-LEADING", held("7x"), none,
+         "Civica||(stato) Disponibile|"},
+        {"discarded, lower case", "01", "SC", held("0", "S", "sc 12"), none, "Civica||Scartato|"},
+        {"discarded wins over the loan", "01", "SC-LENT", held("0", "S", "SC 12"), lent("0", yesterday),
+         "Civica||Scartato|"},
+        {"the letters SC alone are a shelf mark", "01", "SC-BARE", held("0", "S", "SC  "), none,
+         "Civica||Disponibile|"},
+        {"no shelf mark", "01", "NO-MARK", held("0", "S", "   "), none, "Civica||Senza collocazione|"},
+        {"no shelf mark wins over the loan", "01", "NO-MARK-LENT", held("0", "S", null), lent("2", yesterday),
+         "Civica||Senza collocazione|"},
+        {"reminders win over the due date", "01", "REMINDED", held(), lent("2", tomorrow),
+         "Civica||Sollecitato||"},
+        {"due yesterday", "01", "OVERDUE", held(), lent("0", yesterday + " 23:59:59"), "Civica||Scaduto||"},
+        {"due tomorrow", "01", "LENT", held(), lent(null, tomorrow, "2024-02-29"),
+         "Civica||In prestito|29-02-2024|"},
+        {"due today", "01", "LENT-TODAY", held(), lent("0", today, "2024-12-01"),
+         "Civica||In prestito|01-12-2024|"},
+        {"due today with a time of day", "01", "LENT-TODAY-TIME", held(),
+         lent("0", today + " 00:00:01", "2024-12-01 10:00:00"), "Civica||In prestito|01-12-2024|"},
+        {"lent without a date", "01", "LENT-NO-DATE", held(), lent("0", tomorrow, null),
+         "Civica||In prestito||"},
+        {"returned", "01", "RETURNED", held(), lent("2", yesterday, null, "S"), "Civica||Disponibile|"},
+    };
+}
+
+struct Table
+{
+    std::string name;
+    std::vector<std::string> columns;
+    std::vector<Row> rows;
+};
+
 inline std::vector<Table> network()
 {
     const Value null;
-    const std::string yesterday = dayFromToday(-1), today = dayFromToday(0), tomorrow = dayFromToday(1),
-                      lent = dayFromToday(-20);
+    Table copies{"POSSEDUTO", {"CODBIB", "INVENTARIO", "STATO", "FLGSERV", "COLLOCAZIONE"}, {}},
+        loans{"MOVIMENTI", {"CODBIB", "INVENTARIO", "LIVSOLL", "DATA_SCAD", "DATA", "FLGCHIUSO"}, {}};
+    const auto add = [](Table& table, const Question& question, const Row& values) {
+        if (values.empty())
+            return;
+        Row& row = table.rows.emplace_back(Row{question.library, question.inventory});
+        row.insert(row.end(), values.begin(), values.end());
+    };
+    for (const Question& question : questions()) {
+        add(copies, question, question.copy);
+        add(loans, question, question.loan);
+    }
     return {
         {"TABBIBLIOTECHE",
          {"CODBIB", "FLGMOVIM", "DESCR"},
@@ -50,53 +131,8 @@ inline std::vector<Table> network()
         {"TABBLOCCOMAT",
          {"CODBLOCMAT", "MESSAGGIO"},
          {{"1", "In restauro"}, {"1", "mai letto"}, {"7", "Al bando"}}},
-        {"POSSEDUTO",
-         {"CODBIB", "INVENTARIO", "STATO", "FLGSERV", "COLLOCAZIONE"},
-         {
-             {"01", "FREE", "0", "S", "A 1"},
-             {"01", "FREE-NULLS", null, null, "A 1  "},
-             {"01", "OUT", "1", "n ", "A 1"},
-             {"01", "STATUS", "1 ", "S", "SC 1"},
-             {"01", "STATUS-NO-TEXT", "5", "S", "A 1"},
-             {"01", "STATUS-NO-TEXT-LENT", "5", "S", "A 1"},
-             {"01", "STATUS-NEGATIVE", "-1", "S", "A 1"},
-             {"01", "STATUS-WORD", "x1", "S", "A 1"},
-             {"01", "STATUS-LEADING", "7x", "S", "A 1"},
-             {"01", "SC", "0", "S", "sc 12"},
-             {"01", "SC-LENT", "0", "S", "SC 12"},
-             {"01", "SC-BARE", "0", "S", "SC  "},
-             {"01", "NO-MARK", "0", "S", "   "},
-             {"01", "NO-MARK-LENT", "0", "S", null},
-             {"01", "REMINDED", "0", "S", "A 1"},
-             {"01", "OVERDUE", "0", "S", "A 1"},
-             {"01", "LENT", "0", "S", "A 1"},
-             {"01", "LENT-TODAY", "0", "S", "A 1"},
-             {"01", "LENT-TODAY-TIME", "0", "S", "A 1"},
-             {"01", "LENT-NO-DATE", "0", "S", "A 1"},
-             {"01", "NO-DUE-DATE", "0", "S", "A 1"},
-             {"01", "RETURNED", "0", "S", "A 1"},
-             {"02", "FREE", "0", "S", "A 1"},
-             {"03", "FREE", "0", "S", "A 1"},
-             {"04", "FREE", "0", "S", "A 1"},
-             {"09", "FREE", "0", "S", "A 1"},
-             {"O'1", "X'Y", "0", "S", "A 1"},
-         }},
-        {"MOVIMENTI",
-         {"CODBIB", "INVENTARIO", "FLGCHIUSO", "LIVSOLL", "DATA_SCAD", "DATA"},
-         {
-             {"01", "OUT", null, "2", yesterday, lent},
-             {"01", "STATUS-NO-TEXT-LENT", null, "0", tomorrow, "2024-02-29"},
-             {"01", "SC-LENT", null, "0", yesterday, lent},
-             {"01", "NO-MARK-LENT", null, "2", yesterday, lent},
-             {"01", "REMINDED", null, "2", tomorrow, lent},
-             {"01", "OVERDUE", null, "0", yesterday + " 23:59:59", lent},
-             {"01", "LENT", null, null, tomorrow, "2024-02-29"},
-             {"01", "LENT-TODAY", null, "0", today, "2024-12-01"},
-             {"01", "LENT-TODAY-TIME", null, "0", today + " 00:00:01", "2024-12-01 10:00:00"},
-             {"01", "LENT-NO-DATE", null, "0", tomorrow, null},
-             {"01", "NO-DUE-DATE", null, "0", null, lent},
-             {"01", "RETURNED", "S", "2", yesterday, lent},
-         }},
+        copies,
+        loans,
     };
 }
 
@@ -106,16 +142,15 @@ inline bool isDate(const std::string& column)
     return column == "DATA" || column == "DATA_SCAD";
 }
 
-// The statements that make the tables and their rows. `dateType` is what the database calls a date with a
-// time.
-inline std::string schemaAndRows(const std::string& dateType = "TIMESTAMP",
-                                 const std::string& textType = "VARCHAR(40)")
+// The statements that make the tables and their rows.
+inline std::string schemaAndRows()
 {
     std::string statements;
     for (const Table& table : network()) {
-        std::string columns, rows;
+        std::string columns;
         for (const std::string& column : table.columns)
-            columns += (columns.empty() ? "" : ", ") + column + " " + (isDate(column) ? dateType : textType);
+            columns +=
+                (columns.empty() ? "" : ", ") + column + (isDate(column) ? " TIMESTAMP" : " VARCHAR(40)");
         statements += "CREATE TABLE " + table.name + " (" + columns + ");\n";
         for (const auto& row : table.rows) {
             std::string values;
@@ -141,55 +176,6 @@ inline const std::string messages =
 inline std::string databaseSettings(const std::string& connect)
 {
     return "[SERVER]\nCONNECT=" + connect + "\nINVENTARIO=1\n" + messages;
-}
-
-// One question and the record that answers it: "library's description|fields of the situation".
-struct Question
-{
-    const char* situation;
-    const char* library;
-    const char* inventory;
-    const char* record;
-};
-
-inline const std::string padded = std::string("In restauro") + std::string(27, ' '); // to the 40th character
-
-inline std::vector<Question> questions()
-{
-    static const std::string inRestoration = "Civica||" + padded + "||";
-    return {
-        {"available", "01", "FREE", "Civica||Disponibile|"},
-        {"available, columns NULL", "01", "FREE-NULLS", "Civica||Disponibile|"},
-        {"no movements kept wins over all", "02", "FREE", "Archivio|Senza prestiti||"},
-        {"no movements kept, copy unknown", "02", "NOWHERE", "Archivio|Senza prestiti||"},
-        {"no movements kept, no description", "05", "FREE", "05|Senza prestiti||"},
-        {"the flag is not trimmed", "03", "FREE", "Rionale||Disponibile|"},
-        {"no description", "04", "FREE", "04||Disponibile|"},
-        {"library not in the table", "09", "FREE", "09||Disponibile|"},
-        {"not held", "01", "NOWHERE", "|Non posseduto||"},
-        {"not held: exact case", "o'1", "X'Y", "|Non posseduto||"},
-        {"quotes in code and number", "O'1", "X'Y", "Fondo \"O'Neill\"; --||Disponibile|"},
-        {"out of service wins over status and loan", "01", "OUT", "Civica||Fuori servizio||"},
-        {"status text wins over the shelf mark", "01", "STATUS", inRestoration.c_str()},
-        {"status without a text", "01", "STATUS-NO-TEXT", "Civica||(stato) Disponibile|"},
-        {"status without a text, lent", "01", "STATUS-NO-TEXT-LENT",
-         "Civica||(stato) In prestito|29-02-2024|"},
-        {"negative status", "01", "STATUS-NEGATIVE", "Civica||Disponibile|"},
-        {"status no number", "01", "STATUS-WORD", "Civica||Disponibile|"},
-        {"status with a leading number", "01", "STATUS-LEADING", "Civica||(stato) Disponibile|"},
-        {"discarded, lower case", "01", "SC", "Civica||Scartato|"},
-        {"discarded wins over the loan", "01", "SC-LENT", "Civica||Scartato|"},
-        {"the letters SC alone are a shelf mark", "01", "SC-BARE", "Civica||Disponibile|"},
-        {"no shelf mark", "01", "NO-MARK", "Civica||Senza collocazione|"},
-        {"no shelf mark wins over the loan", "01", "NO-MARK-LENT", "Civica||Senza collocazione|"},
-        {"reminders win over the due date", "01", "REMINDED", "Civica||Sollecitato||"},
-        {"due yesterday", "01", "OVERDUE", "Civica||Scaduto||"},
-        {"due tomorrow", "01", "LENT", "Civica||In prestito|29-02-2024|"},
-        {"due today", "01", "LENT-TODAY", "Civica||In prestito|01-12-2024|"},
-        {"due today with a time of day", "01", "LENT-TODAY-TIME", "Civica||In prestito|01-12-2024|"},
-        {"lent without a date", "01", "LENT-NO-DATE", "Civica||In prestito||"},
-        {"returned", "01", "RETURNED", "Civica||Disponibile|"},
-    };
 }
 
 // The answer line that such a record makes on the "SQL" and "SQL2" back ends.

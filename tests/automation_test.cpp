@@ -1,12 +1,10 @@
 // The automation functions as clients in other languages use them, and the owners on top of them.
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <map>
 #include <optional>
 #include <string>
 #include <thread>
@@ -92,20 +90,12 @@ template <class Value> VARIANT variantOf(VARTYPE type, Value value)
 // first.
 std::string converted(const VARIANT& source, VARTYPE type, LCID locale = LOCALE_USER_DEFAULT)
 {
+    static const std::map<HRESULT, const char*> failures{
+        {DISP_E_TYPEMISMATCH, "mismatch"}, {DISP_E_OVERFLOW, "overflow"}, {DISP_E_BADVARTYPE, "bad type"}};
     Variant result, shown;
-    switch (const HRESULT outcome =
-                VariantChangeTypeEx(result.address(), &source, locale, VARIANT_ALPHABOOL, type)) {
-    case S_OK:
-        break;
-    case DISP_E_TYPEMISMATCH:
-        return "mismatch";
-    case DISP_E_OVERFLOW:
-        return "overflow";
-    case DISP_E_BADVARTYPE:
-        return "bad type";
-    default:
-        return std::to_string(outcome);
-    }
+    if (const HRESULT outcome =
+            VariantChangeTypeEx(result.address(), &source, locale, VARIANT_ALPHABOOL, type))
+        return failures.at(outcome);
     EXPECT_EQ(result.get().vt, type);
     if (FAILED(VariantChangeTypeEx(shown.address(), &result.get(), LOCALE_INVARIANT, VARIANT_ALPHABOOL,
                                    VT_BSTR)))
@@ -125,6 +115,12 @@ void check(const std::vector<Conversion>& cases, LCID locale = LOCALE_USER_DEFAU
     for (const Conversion& given : cases)
         EXPECT_EQ(converted(Variant(given.text).get(), given.type, locale), given.expected)
             << text::toUtf8(given.text) << " as type " << given.type;
+}
+
+void checkMismatches(VARTYPE type, const std::vector<const char16_t*>& texts)
+{
+    for (const char16_t* text : texts)
+        EXPECT_EQ(converted(Variant(text).get(), type), "mismatch") << text::toUtf8(text);
 }
 
 TEST(Automation, KeepsLengthAndZerosOfTexts)
@@ -271,23 +267,10 @@ TEST(Automation, ConvertsTextToNumbers)
         {u"1E999999999999999999999", VT_R8, "overflow"},
         {u"1E39", VT_R4, "overflow"},
         {u"1E15", VT_CY, "overflow"},
-        // No numbers.
-        {u"", VT_I4, "mismatch"},
-        {u" - ", VT_I4, "mismatch"},
-        {u"-5-", VT_I4, "mismatch"},
-        {u"(5", VT_I4, "mismatch"},
-        {u"()", VT_I4, "mismatch"},
-        {u"1.2.3", VT_I4, "mismatch"},
-        {u"1.2,3", VT_I4, "mismatch"},
-        {u",1", VT_I4, "mismatch"},
-        {u"1E", VT_I4, "mismatch"},
-        {u"1 2", VT_I4, "mismatch"},
-        {u"&H", VT_I4, "mismatch"},
-        {u"&H-1", VT_I4, "mismatch"},
-        {u"&O8", VT_I4, "mismatch"},
-        {u"\uFF11", VT_I4, "mismatch"},
         {u"yes", VT_BOOL, "mismatch"},
     });
+    checkMismatches(VT_I4, {u"", u" - ", u"-5-", u"(5", u"()", u"1.2.3", u"1.2,3", u",1", u"1E", u"1 2",
+                            u"&H", u"&H-1", u"&O8", u"\uFF11"});
 }
 
 TEST(Automation, ConvertsTextToDates)
@@ -306,17 +289,11 @@ TEST(Automation, ConvertsTextToDates)
         {u"12:00 am", VT_DATE, "00:00:00"},
         {u"1.5", VT_DATE, "12/31/1899 12:00:00"},
         {u"1899-12-29 06:00", VT_R8, "mismatch"},
-        {u"2023-02-29", VT_DATE, "mismatch"},
-        {u"2024-13-13", VT_DATE, "mismatch"},
-        {u"1/2-2024", VT_DATE, "mismatch"},
-        {u"24:00", VT_DATE, "mismatch"},
-        {u"13:00 PM", VT_DATE, "mismatch"},
         {u"1/2/2024 ", VT_DATE, "01/02/2024"},
-        {u"1/2/2024 x", VT_DATE, "mismatch"},
-        {u"2024-02-29T", VT_DATE, "mismatch"},
-        {u"0099-01-01", VT_DATE, "mismatch"},
         {u"2958466", VT_DATE, "overflow"},
     });
+    checkMismatches(VT_DATE, {u"2023-02-29", u"2024-13-13", u"1/2-2024", u"24:00", u"13:00 PM", u"1/2/2024 x",
+                              u"2024-02-29T", u"0099-01-01"});
     // Before day 0 the time of day still counts forward.
     EXPECT_EQ(Variant(u"1899-12-29 06:00").toDate(), -1.25);
     EXPECT_EQ(converted(Variant::fromDate(-1.25).get(), VT_BSTR), "12/29/1899 06:00:00");
@@ -447,7 +424,7 @@ TEST(Automation, FindsRegisteredClasses)
         return handle && dlclose(handle) == 0;
     };
     fs::copy_file(COMPONENT_FILE, component);
-    std::ofstream(text) << "no component";
+    write(text, "no component");
 
     ComPtr<IUnknown> object;
     EXPECT_EQ(create(object.addressVoid()), REGDB_E_CLASSNOTREG);
@@ -480,7 +457,7 @@ TEST(Automation, LosesNoRegistrationOfSeveralAtOnce)
     const ScratchDirectory scratch;
     const fs::path file = scratch / "registry";
     const ScopedVariable registry("AUTOMATION_REGISTRY", file.string());
-    std::ofstream(file) << "a line of somebody else\n";
+    write(file, "a line of somebody else\n");
     constexpr std::uint16_t threads = 4, classes = 10;
     std::vector<std::thread> registering;
     for (std::uint16_t thread = 0; thread < threads; ++thread)
@@ -494,8 +471,7 @@ TEST(Automation, LosesNoRegistrationOfSeveralAtOnce)
         });
     for (std::thread& thread : registering)
         thread.join();
-    std::ifstream lines(file);
-    const std::string text{std::istreambuf_iterator<char>(lines), {}};
+    const std::string text = read(file);
     EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 1 + threads * classes / 2);
     EXPECT_TRUE(text.starts_with("a line of somebody else\n"));
 }
