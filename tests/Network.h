@@ -121,13 +121,13 @@ inline std::vector<Table> network()
     }
     return {
         {"TABBIBLIOTECHE",
-         {"CODBIB", "FLGMOVIM", "DESCR"},
-         {{"01", "S", "Civica"},
-          {"02", "n", "Archivio"},
-          {"03", "N ", "Rionale"}, // another flag than "N"
-          {"04", null, null},
-          {"05", "N", null},
-          {"O'1", "S", "Fondo \"O'Neill\"; --"}}},
+         {"FLGMOVIM", "DESCR", "CODBIB"},
+         {{"S", "Civica", "01"},
+          {"n", "Archivio", "02"},
+          {"N ", "Rionale", "03"}, // another flag than "N"
+          {null, null, "04"},
+          {"N", null, "05"},
+          {"S", "Fondo \"O'Neill\"; --", "O'1"}}},
         {"TABBLOCCOMAT",
          {"CODBLOCMAT", "MESSAGGIO"},
          {{"1", "In restauro"}, {"1", "mai letto"}, {"7", "Al bando"}}},

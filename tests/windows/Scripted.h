@@ -123,6 +123,22 @@ inline Variant variantOf(const ComPtr<IDispatch>& object)
     return Variant::copyOf(held);
 }
 
+using Arguments = Scripted::Arguments;
+
+// A member that gives nothing back.
+inline Scripted::Member doing(std::function<void(const Arguments&)> step)
+{
+    return [step = std::move(step)](const Arguments& arguments) {
+        step(arguments);
+        return Variant();
+    };
+}
+
+inline std::string textOf(const VARIANT* argument)
+{
+    return text::toUtf8(Variant::copyOf(*argument).toText());
+}
+
 // An argument as a journal writes it: "text", 7, missing, object, nothing; "&" in front when by reference.
 inline std::string shown(const VARIANT& argument)
 {
@@ -134,20 +150,25 @@ inline std::string shown(const VARIANT& argument)
         return argument.pdispVal ? "object" : "nothing";
     if (Variant::isMissing(argument))
         return "missing";
-    std::string value = text::toUtf8(Variant::copyOf(argument).toText());
+    std::string value = textOf(&argument);
     if ((argument.vt & VT_TYPEMASK) == VT_BSTR)
         value.insert(0, 1, '"').push_back('"');
-    if (argument.vt & VT_BYREF)
-        value.insert(0, 1, '&');
-    return value;
+    return (argument.vt & VT_BYREF ? "&" : "") + value;
 }
 
-inline std::string shown(const Scripted::Arguments& arguments)
+// The members, each of which first writes its call into the journal as a line: `object`, name, arguments.
+inline Scripted::Members noting(std::string& journal, const std::string& object, Scripted::Members members)
 {
-    std::string all;
-    for (const VARIANT* argument : arguments)
-        all += (all.empty() ? "" : ", ") + shown(*argument);
-    return all;
+    for (auto& [name, member] : members)
+        member = [&journal, called = object + std::string(name.begin(), name.end()),
+                  answer = std::move(member)](const Arguments& arguments) {
+            std::string line = called;
+            for (const VARIANT* argument : arguments)
+                line += (argument == arguments.front() ? " " : ", ") + shown(*argument);
+            journal += line + "\n";
+            return answer(arguments);
+        };
+    return members;
 }
 
 } // namespace vqloan::test

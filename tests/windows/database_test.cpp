@@ -36,9 +36,10 @@ TEST(Ado, IsAskedInTheOrderThatIsPublished)
                   "USERNAME=desk\nPASSWORD=secret\nINVENTARIO=1\n" +
                   messages);
     ASSERT_FALSE(desk.open("SQL2")) << desk.failure().description;
-    EXPECT_EQ(journal(), "ConnectionTimeout 30\nCommandTimeout 60\nCursorLocation 3\n"
-                         "Connection.Open \"Provider=P;x\", \"desk\", \"secret\", 16\n"
-                         "Recordset.Open \"SELECT * FROM TABBLOCCOMAT\", object, 2, 1, 1\nRecordset.Close\n");
+    EXPECT_EQ(journal(),
+              "Connection.ConnectionTimeout 30\nConnection.CommandTimeout 60\nConnection.CursorLocation 3\n"
+              "Connection.Open \"Provider=P;x\", \"desk\", \"secret\", 16\n"
+              "Recordset.Open \"SELECT * FROM TABBLOCCOMAT\", object, 2, 1, 1\nRecordset.Close\n");
 
     EXPECT_EQ(desk.ask("O'1||X'Y"), "Inv. X'Y|Fondo \"O'Neill\"; --|Inv. X'Y|Disponibile|||\n");
     EXPECT_EQ(journal(),
