@@ -9,8 +9,8 @@
 // The exchange with the legacy host, in the directory that CLIENT.PAR names, for the two-character client
 // number nn:
 //
-//   Z7000_nn.CL1  request: "WL,", library code and inventory number with nothing in between, CR LF; stays
-//   there Z7000_nn.CL2  answer: its first line; stays there until the next request
+//   Z7000_nn.CL1  request: "WL,", library code, inventory number, CR LF, nothing in between; stays there
+//   Z7000_nn.CL2  answer: its first line; stays there until the next request
 
 namespace vqloan {
 

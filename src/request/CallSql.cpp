@@ -11,9 +11,8 @@
 // least):
 //
 //   ZSQL_nnn.CL1  request: "command,inventory number,library code" and CR LF; stays there
-//   ZSQL_nnn.CL2  answer: its first line, a record; deleted as soon as it has been read. A TAB in front of it
-//   reports
-//                 a failure of the gateway, the rest being the message
+//   ZSQL_nnn.CL2  answer: its first line, a record; deleted as soon as it has been read. A TAB in front
+//                 of it reports a failure of the gateway, the rest being the message
 
 namespace vqloan {
 

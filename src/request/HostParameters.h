@@ -1,8 +1,9 @@
 // CLIENT.PAR as the legacy host call reads it: fourteen parameter lines by position, then the library lines.
 //
-//   1  client number      6  answer width        11  time-out text
-//   2  wait limit (s)     12 empty-answer text   3   exchange directory, ending in its path separator
-//   14 "local key=local answer"                  4, 5, 7 to 10, 13  read, not used
+//    1  client number                                       11  time-out text
+//    2  wait limit, in seconds                              12  empty-answer text
+//    3  exchange directory, ending in its path separator    14  "local key=local answer"
+//    6  answer width                                        4, 5, 7 to 10, 13  read, not used
 //
 // The value of a line is what follows its first "=", or the whole line without one.
 #pragma once

@@ -17,8 +17,7 @@ constexpr Known knownProducts[] = {
     // Refuses a compiled statement whose columns would be others now.
     {u"PostgreSQL", true, true},
     // Its driver goes on telling the columns as they were when the statement was compiled, whatever becomes
-    // of the
-    // table. Compiling anew costs it no round trip.
+    // of the table. Compiling anew costs it no round trip.
     {u"SQLite", false, false},
 };
 
