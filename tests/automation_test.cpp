@@ -106,21 +106,21 @@ std::string converted(const VARIANT& source, VARTYPE type, LCID locale = LOCALE_
 struct Conversion
 {
     const char16_t* text;
-    VARTYPE type;
     const char* expected;
 };
 
-void check(const std::vector<Conversion>& cases, LCID locale = LOCALE_USER_DEFAULT)
+// What texts give as values of that type.
+void check(VARTYPE type, const std::vector<Conversion>& cases, LCID locale = LOCALE_USER_DEFAULT)
 {
-    for (const Conversion& given : cases)
-        EXPECT_EQ(converted(Variant(given.text).get(), given.type, locale), given.expected)
-            << text::toUtf8(given.text) << " as type " << given.type;
+    for (const auto& [text, expected] : cases)
+        EXPECT_EQ(converted(Variant(text).get(), type, locale), expected)
+            << text::toUtf8(text) << " as type " << type;
 }
 
 void checkMismatches(VARTYPE type, const std::vector<const char16_t*>& texts)
 {
     for (const char16_t* text : texts)
-        EXPECT_EQ(converted(Variant(text).get(), type), "mismatch") << text::toUtf8(text);
+        check(type, {{text, "mismatch"}});
 }
 
 TEST(Automation, KeepsLengthAndZerosOfTexts)
@@ -232,43 +232,34 @@ TEST(Automation, RefusesWrongUse)
 TEST(Automation, ConvertsTextToNumbers)
 {
     const ScopedVariable locale("LC_ALL", "C");
-    check({
-        {u" 2.5 ", VT_I4, "2"},
-        {u"3.5", VT_I2, "4"},
-        {u"-2.5000000000000000000001", VT_I4, "-3"},
-        {u"0.5", VT_UI8, "0"},
-        {u"5-", VT_I4, "-5"},
-        {u"- 5", VT_I4, "-5"},
-        {u"( 7 )", VT_I2, "-7"},
-        {u"+1,234,567.5", VT_R8, "1234567.5"},
-        {u"12E-1", VT_R8, "1.2"},
-        {u".5", VT_R4, "0.5"},
-        {u"1E+3", VT_I2, "1000"},
-        {u"0E999999999999999999999", VT_I2, "0"},
-        {u"1E-999999999999999999999", VT_R8, "0"},
-        {u"9223372036854775807", VT_I8, "9223372036854775807"},
-        {u"-9223372036854775808", VT_I8, "-9223372036854775808"},
-        {u"18446744073709551615", VT_UI8, "18446744073709551615"},
-        {u"&HFFFF", VT_I2, "-1"},
-        {u"&hffff", VT_I4, "65535"},
-        {u"&HFFFF", VT_R8, "65535"},
-        {u"&O17", VT_UI1, "15"},
-        {u"12.5", VT_CY, "12.5"},
-        {u"TRUE", VT_BOOL, "True"},
-        {u"#false#", VT_BOOL, "False"},
-        {u"0.1", VT_BOOL, "True"},
-        // Out of range.
-        {u"32767.5", VT_I2, "overflow"},
-        {u"-32769", VT_I2, "overflow"},
-        {u"-1", VT_UI4, "overflow"},
-        {u"256", VT_UI1, "overflow"},
-        {u"&H10000", VT_I2, "overflow"},
-        {u"18446744073709551615.5", VT_UI8, "overflow"},
-        {u"1E999999999999999999999", VT_R8, "overflow"},
-        {u"1E39", VT_R4, "overflow"},
-        {u"1E15", VT_CY, "overflow"},
-        {u"yes", VT_BOOL, "mismatch"},
-    });
+    check(VT_I4, {{u" 2.5 ", "2"},
+                  {u"5-", "-5"},
+                  {u"- 5", "-5"},
+                  {u"&hffff", "65535"},
+                  {u"-2.5000000000000000000001", "-3"}});
+    check(VT_I2, {{u"3.5", "4"},
+                  {u"( 7 )", "-7"},
+                  {u"1E+3", "1000"},
+                  {u"&HFFFF", "-1"},
+                  {u"0E999999999999999999999", "0"},
+                  {u"32767.5", "overflow"},
+                  {u"-32769", "overflow"},
+                  {u"&H10000", "overflow"}});
+    check(VT_UI1, {{u"&O17", "15"}, {u"256", "overflow"}});
+    check(VT_UI4, {{u"-1", "overflow"}});
+    check(VT_I8, {{u"9223372036854775807", "9223372036854775807"},
+                  {u"-9223372036854775808", "-9223372036854775808"}});
+    check(VT_UI8, {{u"0.5", "0"},
+                   {u"18446744073709551615", "18446744073709551615"},
+                   {u"18446744073709551615.5", "overflow"}});
+    check(VT_R8, {{u"+1,234,567.5", "1234567.5"},
+                  {u"12E-1", "1.2"},
+                  {u"&HFFFF", "65535"},
+                  {u"1E-999999999999999999999", "0"},
+                  {u"1E999999999999999999999", "overflow"}});
+    check(VT_R4, {{u".5", "0.5"}, {u"1E39", "overflow"}});
+    check(VT_CY, {{u"12.5", "12.5"}, {u"1E15", "overflow"}});
+    check(VT_BOOL, {{u"TRUE", "True"}, {u"#false#", "False"}, {u"0.1", "True"}, {u"yes", "mismatch"}});
     checkMismatches(VT_I4, {u"", u" - ", u"-5-", u"(5", u"()", u"1.2.3", u"1.2,3", u",1", u"1E", u"1 2",
                             u"&H", u"&H-1", u"&O8", u"\uFF11"});
 }
@@ -276,22 +267,20 @@ TEST(Automation, ConvertsTextToNumbers)
 TEST(Automation, ConvertsTextToDates)
 {
     const ScopedVariable locale("LC_ALL", "POSIX");
-    check({
-        {u"2024-02-29", VT_DATE, "02/29/2024"},
-        {u" 2024-02-29T23:59:59.4Z ", VT_DATE, "02/29/2024 23:59:59"},
-        {u"2024-02-29 10:30", VT_DATE, "02/29/2024 10:30:00"},
-        {u"2024-02-29 23:59:59.6", VT_DATE, "03/01/2024"},
-        {u"1/2/2024", VT_DATE, "01/02/2024"},
-        {u"13.2.2024", VT_DATE, "02/13/2024"},
-        {u"1-2-29", VT_DATE, "01/02/2029"},
-        {u"1-2-30", VT_DATE, "01/02/1930"},
-        {u"10:30 PM", VT_DATE, "22:30:00"},
-        {u"12:00 am", VT_DATE, "00:00:00"},
-        {u"1.5", VT_DATE, "12/31/1899 12:00:00"},
-        {u"1899-12-29 06:00", VT_R8, "mismatch"},
-        {u"1/2/2024 ", VT_DATE, "01/02/2024"},
-        {u"2958466", VT_DATE, "overflow"},
-    });
+    check(VT_DATE, {{u"2024-02-29", "02/29/2024"},
+                    {u" 2024-02-29T23:59:59.4Z ", "02/29/2024 23:59:59"},
+                    {u"2024-02-29 10:30", "02/29/2024 10:30:00"},
+                    {u"2024-02-29 23:59:59.6", "03/01/2024"},
+                    {u"1/2/2024", "01/02/2024"},
+                    {u"1/2/2024 ", "01/02/2024"},
+                    {u"13.2.2024", "02/13/2024"},
+                    {u"1-2-29", "01/02/2029"},
+                    {u"1-2-30", "01/02/1930"},
+                    {u"10:30 PM", "22:30:00"},
+                    {u"12:00 am", "00:00:00"},
+                    {u"1.5", "12/31/1899 12:00:00"},
+                    {u"2958466", "overflow"}});
+    checkMismatches(VT_R8, {u"1899-12-29 06:00"});
     checkMismatches(VT_DATE, {u"2023-02-29", u"2024-13-13", u"1/2-2024", u"24:00", u"13:00 PM", u"1/2/2024 x",
                               u"2024-02-29T", u"0099-01-01"});
     // Before day 0 the time of day still counts forward.
@@ -356,24 +345,20 @@ TEST(Automation, FollowsTheUsersLocale)
         GTEST_SKIP() << "the Italian locale cannot be made on this machine";
     const ScopedVariable path("LOCPATH", scratch.path().string()), all("LC_ALL", ""), time("LC_TIME", ""),
         numeric("LC_NUMERIC", "C"), language("LANG", name);
-    EXPECT_EQ(converted(Variant(u"1.5").get(), VT_R8), "1.5");
-    EXPECT_EQ(converted(Variant(u"1/2/2024").get(), VT_DATE), "02/01/2024");
+    check(VT_R8, {{u"1.5", "1.5"}});
+    check(VT_DATE, {{u"1/2/2024", "02/01/2024"}});
 
     const ScopedVariable over("LC_ALL", name);
-    check({
-        {u"1.234,5", VT_R8, "1234.5"},
-        {u"1.5", VT_I4, "15"}, // the point groups digits
-        {u"2,5", VT_I4, "2"},
-        {u"1,2,3", VT_I4, "mismatch"},
-        {u"1.2.2024", VT_DATE, "02/01/2024"},
-        {u"2/13/2024", VT_DATE, "02/13/2024"},
-    });
-    check({{u"1.5", VT_R8, "1.5"}, {u"1/2/2024", VT_DATE, "01/02/2024"}}, LOCALE_INVARIANT);
+    check(VT_R8, {{u"1.234,5", "1234.5"}, {u"1.5", "15"}}); // the point groups digits
+    check(VT_I4, {{u"2,5", "2"}, {u"1,2,3", "mismatch"}});
+    check(VT_DATE, {{u"1.2.2024", "02/01/2024"}, {u"2/13/2024", "02/13/2024"}});
+    check(VT_R8, {{u"1.5", "1.5"}}, LOCALE_INVARIANT);
+    check(VT_DATE, {{u"1/2/2024", "01/02/2024"}}, LOCALE_INVARIANT);
     EXPECT_EQ(Variant(1234.5).toText(), u"1234,5");
     EXPECT_EQ(Variant::fromDate(45351.75).toText(), u"29/02/2024 18:00:00");
 
     const ScopedVariable gone("LC_ALL", "xx_XX.UTF-8");
-    EXPECT_EQ(converted(Variant(u"1.5").get(), VT_R8), "1.5");
+    check(VT_R8, {{u"1.5", "1.5"}});
 }
 
 TEST(Automation, KeepsErrorInformationOfEachThread)
