@@ -2,12 +2,15 @@
 #include <gtest/gtest.h>
 
 #include "Databases.h"
+#include "Queries.h"
 #include "Site.h"
 #include "component/DispSvr.h"
 #include "platform/runtime/Clock.h"
 
 namespace vqloan::test {
 namespace {
+
+using namespace std::string_literals;
 
 class Availability : public testing::TestWithParam<DatabaseKind>
 {
@@ -66,67 +69,48 @@ TEST_P(Availability, ConfiguredPartsOfCodeAndNumber)
 // Each line that fails says so, with its cause recorded, and the next one is answered.
 TEST_P(Availability, AFailureIsThatOfItsLine)
 {
+    const auto due = [](const std::string& date) {
+        return "UPDATE MOVIMENTI SET DATA_SCAD=" + date + " WHERE INVENTARIO='LENT'";
+    };
     struct Case
     {
         const char* what;
         std::string damage, repair;
         std::int32_t number;
-        const char* text;
         bool needsUntyped = false;
-    };
-    const Case cases[] = {
-        {"a table is gone", "ALTER TABLE MOVIMENTI RENAME TO X", "ALTER TABLE X RENAME TO MOVIMENTI", 0,
-         "MOVIMENTI"},
+    } const cases[] = {
+        {"a table is gone", "ALTER TABLE MOVIMENTI RENAME TO X", "ALTER TABLE X RENAME TO MOVIMENTI",
+         statementFailed},
         {"a column is gone", "ALTER TABLE POSSEDUTO RENAME COLUMN STATO TO X",
-         "ALTER TABLE POSSEDUTO RENAME COLUMN X TO STATO", 0, ""},
-        {"the due date is none", "UPDATE MOVIMENTI SET DATA_SCAD='soon' WHERE INVENTARIO='LENT'",
-         "UPDATE MOVIMENTI SET DATA_SCAD='" + dayFromToday(1) + "' WHERE INVENTARIO='LENT'", 13,
-         "Type mismatch", true},
-        {"no due date", "UPDATE MOVIMENTI SET DATA_SCAD=NULL WHERE INVENTARIO='LENT'",
-         "UPDATE MOVIMENTI SET DATA_SCAD='" + dayFromToday(1, "%m/%d/%Y") + "' WHERE INVENTARIO='LENT'", 13,
-         "Type mismatch"},
+         "ALTER TABLE POSSEDUTO RENAME COLUMN X TO STATO", 3265},
+        {"the due date is none", due("'soon'"), due("'" + dayFromToday(1) + "'"), 13, true},
+        {"no due date", due("NULL"), due("'" + dayFromToday(1, "%m/%d/%Y") + "'"), 13},
     };
     Client desk = opened();
     for (const Case& c : cases) {
         if (c.needsUntyped && !GetParam().isUntyped)
             continue; // the database keeps such a value out
+        SCOPED_TRACE(c.what);
         run(c.damage);
         const std::string answer = desk.ask("01|A 1|LENT\n02||FREE\n");
         const Failed failure = desk.failure();
         EXPECT_EQ(answer, "Codice Bibl. 01|Coll. A 1, Inv. LENT|ERRORE: " + failure.description +
-                              "\nInv. FREE|Archivio|Inv. FREESenza prestiti||||\n")
-            << c.what;
-        EXPECT_EQ(failure.source, "VQLoan.SvrODBC.Make_LstDispo, 0") << c.what;
-        EXPECT_TRUE(c.number == 0 ? failure.number < 0 || failure.number > 31 : failure.number == c.number)
-            << c.what << ": " << failure.number;
-        EXPECT_NE(text::upper(text::fromUtf8(failure.description)).find(text::upper(text::fromUtf8(c.text))),
-                  std::u16string::npos)
-            << c.what << ": " << failure.description;
+                              "\nInv. FREE|Archivio|Inv. FREESenza prestiti||||\n");
+        EXPECT_EQ(failure.source, "VQLoan.SvrODBC.Make_LstDispo, 0");
+        EXPECT_EQ(failure.number, c.number) << failure.description;
         run(c.repair);
-        EXPECT_EQ(desk.ask("01||LENT\n"), "Inv. LENT|Civica|Inv. LENT|In prestito|29-02-2024|||\n") << c.what;
+        EXPECT_EQ(desk.ask("01||LENT\n"), "Inv. LENT|Civica|Inv. LENT|In prestito|29-02-2024|||\n");
     }
 }
 
 // Values that would end, extend or comment out the statement if they were not kept apart from it.
 TEST_P(Availability, NoValueChangesAStatement)
 {
-    const std::string hostile[] = {"' OR '1'='1",
-                                   "FREE' --",
-                                   "x'; DROP TABLE POSSEDUTO; --",
-                                   "''",
-                                   "'",
-                                   "\\'",
-                                   "FREE'/*",
-                                   "\"",
-                                   "[a",
-                                   "`",
-                                   "?1 :a @b $c",
-                                   "% _",
-                                   "\u4E2D\U0001F4D6",
-                                   "\u0127 OR \u01271\u0127=\u01271", // quotes, once cut to bytes
-                                   std::string("FREE\0X", 6)};
     Client desk = opened();
-    for (const std::string& value : hostile) {
+    // The last but one is quotes, once cut to bytes.
+    for (const std::string value : {"' OR '1'='1"s, "FREE' --"s, "x'; DROP TABLE POSSEDUTO; --"s, "''"s, "'"s,
+                                    "\\'"s, "FREE'/*"s, "\""s, "[a"s, "`"s, "?1 :a @b $c"s, "% _"s,
+                                    "\u4E2D\U0001F4D6"s, "\u0127 OR \u01271\u0127=\u01271"s, "FREE\0X"s}) {
         const std::string number = "Inv. " + text::toUtf8(text::upper(text::fromUtf8(value)));
         const std::string answer = desk.ask("01||" + value + "\n");
         // Whether the driver manager cuts to bytes depends on the process's locale, which other drivers set.
@@ -159,8 +143,7 @@ TEST_P(Availability, WithoutAConnectionTheRecordIsEmpty)
 TEST_P(Availability, TheRecordItself)
 {
     DispSvr svr;
-    svr.Conn = createConnection();
-    svr.Conn->Open(text::fromUtf8(connect), {}, {}, -1);
+    svr.Conn = open(connect);
     svr.TabMessa = {u"", u"3\tscaduto", u"4\tin prestito"};
     svr.TabStati = {u""};
     svr.InvStart = svr.BibStart = 1;

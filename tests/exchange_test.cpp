@@ -8,36 +8,61 @@
 namespace vqloan::test {
 namespace {
 
-class Gateway : public testing::Test
+// A desk and its exchange directory. Requests and answers stand in files of that name, .CL1 and .CL2.
+class Exchange : public testing::Test
 {
 protected:
-    void SetUp() override
+    explicit Exchange(const char* name) : files(exchange / name) { create_directory(exchange); }
+
+    // Asks what fails: it is recorded, said in its line, and leaves nothing open behind it.
+    void expectFailure(std::int32_t number, const char* source, const std::string& request,
+                       const std::string& answer)
     {
-        std::filesystem::create_directory(exchange);
-        configure("7", "1");
+        const std::size_t before = openFiles();
+        EXPECT_EQ(desk.ask(request), answer);
+        const Failed failure = desk.failure();
+        EXPECT_EQ(failure.number, number) << failure.description;
+        EXPECT_EQ(failure.source, source);
+        EXPECT_EQ(openFiles(), before);
     }
+
+    Site site;
+    const std::filesystem::path exchange = site.directory / "exchange", files;
+    const std::filesystem::path request = files.string() + ".CL1", answer = files.string() + ".CL2";
+    Client desk = site.client();
+};
+
+struct Answered
+{
+    const char* what;
+    Responder::Reply reply;
+    std::string answer;
+};
+
+struct Damaged
+{
+    const char* what;
+    std::function<void()> damage;
+    std::int32_t number;
+    const char* answer = "";
+};
+
+class Gateway : public Exchange
+{
+protected:
+    Gateway() : Exchange("ZSQL_007") { configure("7", "1"); }
     void configure(const std::string& id, const std::string& timeout)
     {
         site.settings("[CONFIG]\nPATH=" + exchange.string() + "\n[CLIENT]\nID=" + id +
                       "\nTIMEOUT=" + timeout + "\n" + messages);
         EXPECT_FALSE(desk.open("SQL")) << desk.failure().description;
     }
-
-    Site site;
-    const std::filesystem::path exchange = site.directory / "exchange", files = exchange / "ZSQL_007";
-    const std::filesystem::path request = exchange / "ZSQL_007.CL1", answer = exchange / "ZSQL_007.CL2";
-    Client desk = site.client();
 };
 
 TEST_F(Gateway, Answers)
 {
     const std::string tabs(300, '\t');
-    struct Case
-    {
-        const char* what;
-        Responder::Reply reply;
-        std::string answer;
-    } const cases[] = {
+    const Answered cases[] = {
         {"record", whole("01\tA\tB\r\nrest"), "Inv. X9|01|Inv. X9A|B||\n"},
         {"late, without a line end", after(300, whole("Civica\tA")), "Inv. X9|Civica|Inv. X9A||\n"},
         {"no TAB", whole("A B"), "Inv. X9|01|Inv. X9A B||\n"},
@@ -50,7 +75,7 @@ TEST_F(Gateway, Answers)
          "Inv. X9|01|Inv. X9A" + std::string(300, '|') + "B||\n"},
         {"empty file", whole(""), "Codice Bibl. 01|Coll. , Inv. X9|Errore nei parametri\n"},
     };
-    for (const Case& c : cases) {
+    for (const Answered& c : cases) {
         const Responder gateway(files, c.reply);
         EXPECT_EQ(desk.ask("01||x9"), c.answer) << c.what;
         EXPECT_EQ(exists(answer), std::string(c.what) == "empty file") << c.what;
@@ -75,63 +100,53 @@ TEST_F(Gateway, WritesTheRequestAndLeavesIt)
     }
 }
 
-// Each failure is recorded, said in its line, and leaves nothing open behind it.
 TEST_F(Gateway, Failures)
 {
-    const std::string failed = "Codice Bibl. 01|Coll. A, Inv. 1|Errore nei parametri\n";
-    struct Case
-    {
-        const char* what;
-        std::string timeout;
-        std::function<void()> damage;
-        std::int32_t number;
-    } const cases[] = {
-        {"directory gone", "1", [&] { remove_all(exchange); }, 76},
-        {"request is a directory", "1", [&] { create_directories(request); }, 75},
-        {"wait beyond the clock", "2147484", [] {}, 6},
-        {"answer is empty", "1", [&] { write(answer, ""); }, 62},
+    const Damaged cases[] = {
+        {"directory gone", [&] { remove_all(exchange); }, 76},
+        {"request is a directory", [&] { create_directories(request); }, 75},
+        {"wait beyond the clock", [&] { configure("7", "2147484"); }, 6},
+        {"answer is empty", [&] { write(answer, ""); }, 62},
     };
-    for (const Case& c : cases) {
-        configure("7", c.timeout);
+    for (const Damaged& c : cases) {
+        SCOPED_TRACE(c.what);
+        configure("7", "1");
         c.damage();
-        const std::size_t before = openFiles();
-        EXPECT_EQ(desk.ask("01|A|1"), failed) << c.what;
-        const Failed failure = desk.failure();
-        EXPECT_EQ(failure.number, c.number) << c.what << ": " << failure.description;
-        EXPECT_EQ(failure.source, "SvrODBC.CallSql") << c.what;
-        EXPECT_EQ(openFiles(), before) << c.what;
+        expectFailure(c.number, "SvrODBC.CallSql", "01|A|1",
+                      "Codice Bibl. 01|Coll. A, Inv. 1|Errore nei parametri\n");
         remove_all(exchange);
-        std::filesystem::create_directory(exchange);
+        create_directory(exchange);
     }
     write(answer, "x\tagain");
     configure("7", "1");
     EXPECT_EQ(desk.ask("01||1"), "Inv. 1|x|Inv. 1again||\n");
 }
 
-class Host : public testing::Test
+class Host : public Exchange
 {
 protected:
     static constexpr const char* libraries =
         "codbib=01,AA,Civica\ncodbib=02,ZZ,Alfa\ncodbib=00,AA,Centrale\n";
 
-    void SetUp() override { configure("1", "40", "ZZ=Non collegata", libraries); }
+    Host() : Exchange("Z7000_07") { configure(); }
     // CLIENT.PAR, with wait limit, width and line 14 as given.
-    void configure(const std::string& limit, const std::string& width, const std::string& last,
-                   const std::string& libraryLines)
+    void configure(const std::string& limit = "1", const std::string& width = "40",
+                   const std::string& last = "ZZ=Non collegata", const std::string& libraryLines = libraries)
     {
-        std::filesystem::create_directory(exchange);
+        create_directory(exchange);
         site.hostParameters("CLIENT= 7\nTIMEOUT=" + limit + "\nDIR=" + exchange.string() +
                             "/\n4=\n5=\nWIDTH=" + width +
                             "\n7=\n8=\n9=\n10=\nTIMEOUTTEXT= Non risponde\nEMPTYTEXT=Vuoto\n13=\n" + last +
                             "\n" + libraryLines);
         EXPECT_FALSE(desk.open("7000")) << desk.failure().description;
     }
-
-    Site site;
-    const std::filesystem::path exchange = site.directory / "host", files = exchange / "Z7000_07";
-    const std::filesystem::path request = exchange / "Z7000_07.CL1", answer = exchange / "Z7000_07.CL2";
-    Client desk = site.client();
 };
+
+// What answers with the line that it was asked.
+void echo(const std::string& line, const std::filesystem::path& file)
+{
+    whole(line + "\r\n")(line, file);
+}
 
 TEST_F(Host, Answers)
 {
@@ -140,12 +155,7 @@ TEST_F(Host, Answers)
         std::this_thread::sleep_for(std::chrono::milliseconds(100));
         write(file, "Disponibile\r\n");
     };
-    struct Case
-    {
-        const char* what;
-        Responder::Reply reply;
-        std::string answer;
-    } const cases[] = {
+    const Answered cases[] = {
         {"text", whole("Disponibile\r\nrest"), "Disponibile"},
         {"blanks around", whole("  In sede "), "In sede"},
         {"TABs, blanks in front of them dropped", whole("A \t\tB  \tC"), "A   B   C"},
@@ -157,7 +167,7 @@ TEST_F(Host, Answers)
         {"starts with code 0", whole(std::string("\0rotto", 6)), "~"},
         {"too late", after(2000, whole("zu spät")), "Non risponde"},
     };
-    for (const Case& c : cases) {
+    for (const Answered& c : cases) {
         const Responder host(files, c.reply);
         EXPECT_EQ(desk.ask("01||9"),
                   c.answer == "~" ? "Codice Bibl. 01|Coll. , Inv. 9|rotto\n" : "Civica|" + c.answer + "||\n")
@@ -167,9 +177,7 @@ TEST_F(Host, Answers)
 
 TEST_F(Host, OwnLibraryFirstOthersByName)
 {
-    const Responder host(files, [](const std::string& line, const std::filesystem::path& file) {
-        whole(line + "\r\n")(line, file);
-    });
+    const Responder host(files, echo);
     EXPECT_EQ(desk.ask("01|| 123456789\n02||1\n09||1\n00||1"),
               "Centrale|WL,001||\n"
               "09|Disponibilità non verificabile|Opera non posseduta dalla biblioteca|\n"
@@ -178,10 +186,11 @@ TEST_F(Host, OwnLibraryFirstOthersByName)
     EXPECT_EQ(desk.ask("01||1\n01||2\n00||3\n00||4"),
               "Centrale|WL,004||\nCentrale|WL,003||\nCivica|WL,011||\nCivica|WL,012||\n");
     // A code is translated by the group column, row after row; capitals are no library line to the host call.
-    configure("1", "40", "=", "codbib=AA,01,Alpha\ncodbib=BB,AA,Beta\ncodbib=01,xx,Civica\nCODBIB=02,BB,x\n");
-    configure("1", "40", "XY=Qui", "codbib=AA,01,Alpha\ncodbib=BB,AA,Beta\ncodbib=01,xx,Civica\n");
+    const std::string groups = "codbib=AA,01,Alpha\ncodbib=BB,AA,Beta\ncodbib=01,xx,Civica\n";
+    configure("1", "40", "=", groups + "CODBIB=02,BB,x\n");
+    configure("1", "40", "XY=Qui", groups);
     EXPECT_EQ(desk.ask("01||1"), "Civica|WL,BB1||\n");
-    configure("1", "40", "B=Qui", "codbib=AA,01,Alpha\ncodbib=BB,AA,Beta\ncodbib=01,xx,Civica\n");
+    configure("1", "40", "B=Qui", groups);
     remove(request);
     EXPECT_EQ(desk.ask("01||1"), "Civica|Qui||\n");
     EXPECT_FALSE(exists(request)) << "answered without an exchange";
@@ -190,42 +199,23 @@ TEST_F(Host, OwnLibraryFirstOthersByName)
 // Failed calls answer nothing and record why.
 TEST_F(Host, Failures)
 {
-    const std::string many = [] {
-        std::string lines;
-        for (int i = 0; i < 11; ++i)
-            lines += "codbib=0" + std::to_string(i % 10) + ",AA,x\n";
-        return lines;
-    }();
-    struct Case
-    {
-        const char* what;
-        std::function<void()> damage;
-        std::int32_t number;
-        const char* answer;
+    const std::string thirteen = "1\n2\n3\n4\n5\n6\n7\n8\n9\n10\n11\n12\n13\n";
+    const auto file = site.directory / "CLIENT.PAR";
+    const Damaged cases[] = {
+        {"no settings file", [&] { remove(file); }, 53},
+        {"thirteen lines", [&] { site.hostParameters(thirteen); }, 62},
+        {"no = on line 14", [&] { site.hostParameters(thirteen + "14\n"); }, 5},
+        {"number out of range", [&] { site.hostParameters("1\n2\n3\n4\n5\n40000\n"); }, 6},
+        {"twelve libraries",
+         [&] { write(file, read(file) + wire(std::string(libraries) + libraries + libraries)); }, 9},
+        {"exchange directory gone", [&] { remove_all(exchange); }, 76},
+        {"width 1", [&] { configure("0.01", "1", "Z="); }, 5, "Non risponde"}, // stored before the cut
     };
-    const auto parameters = [this](const std::string& text) {
-        return [=, this] { site.hostParameters(text); };
-    };
-    const Case cases[] = {
-        {"no settings file", [&] { remove(site.directory / "CLIENT.PAR"); }, 53, ""},
-        {"thirteen lines", parameters("1\n2\n3\n4\n5\n6\n7\n8\n9\n10\n11\n12\n13\n"), 62, ""},
-        {"no = on line 14", parameters("1\n2\n3\n4\n5\n6\n7\n8\n9\n10\n11\n12\n13\n14\n"), 5, ""},
-        {"number out of range", parameters("1\n2\n3\n4\n5\n40000\n"), 6, ""},
-        {"eleven libraries",
-         [&] { write(site.directory / "CLIENT.PAR", read(site.directory / "CLIENT.PAR") + wire(many)); }, 9,
-         ""},
-        {"exchange directory gone", [&] { remove_all(exchange); }, 76, ""},
-        {"width 1", [&] { configure("0.01", "1", "Z=", libraries); }, 5,
-         "Non risponde"}, // stored before the cut
-    };
-    for (const Case& c : cases) {
-        SetUp();
+    for (const Damaged& c : cases) {
+        SCOPED_TRACE(c.what);
+        configure();
         c.damage();
-        const std::size_t before = openFiles();
-        EXPECT_EQ(desk.ask("01||1"), "Civica|" + std::string(c.answer) + "||\n") << c.what;
-        EXPECT_EQ(desk.failure().number, c.number) << c.what << ": " << desk.failure().description;
-        EXPECT_EQ(desk.failure().source, "SvrODBC.Call7000") << c.what;
-        EXPECT_EQ(openFiles(), before) << c.what;
+        expectFailure(c.number, "SvrODBC.Call7000", "01||1", "Civica|" + std::string(c.answer) + "||\n");
     }
 }
 
@@ -233,10 +223,7 @@ TEST_F(Host, Failures)
 // both use the same two files.
 TEST_F(Host, ACallDuringTheWait)
 {
-    const Responder host(files, [](const std::string& line, const std::filesystem::path& file) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-        whole(line + "\r\n")(line, file);
-    });
+    const Responder host(files, after(100, echo));
     struct Second
     {
         Client desk;

@@ -10,8 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "FailureOf.h"
-#include "ScratchDirectory.h"
+#include "Site.h"
 #include "platform/runtime/ApplicationInfo.h"
 #include "platform/runtime/Clock.h"
 #include "platform/runtime/TextFiles.h"
@@ -74,9 +73,17 @@ TEST(TextFiles, AFullDeviceIsToldAtTheLatestWhenTheFileIsClosed)
     files::writeLine(1, u"x");
     EXPECT_EQ(failureOf([] { files::close(1); }).number, 61);
     EXPECT_EQ(files::freeNumber(), 1); // free all the same
+
+    Site site;
+    site.settings("[CONFIG]\nPATH=" + site.directory.path().string() + "\n[CLIENT]\nID=7\nTIMEOUT=1\n");
+    create_symlink(std::filesystem::path("/dev/full"), site.directory / "ZSQL_007.CL1");
+    Client desk = site.client();
+    ASSERT_FALSE(desk.open("SQL"));
+    EXPECT_EQ(desk.ask("01|A|1"), "Codice Bibl. 01|Coll. A, Inv. 1|Errore nei parametri\n");
+    EXPECT_EQ(desk.failure().number, 61);
 }
 
-TEST(Clock, TodayFollowsTheTimeZoneAndCanBeSet)
+TEST(Clock, TodayFollowsTheTimeZone)
 {
     // 26 hours lie between these zones, so their dates differ at any time of day.
     ::setenv("TZ", "AAA+12", 1);
@@ -86,10 +93,6 @@ TEST(Clock, TodayFollowsTheTimeZoneAndCanBeSet)
     ::unsetenv("TZ");
     EXPECT_GT(west, 45000); // after 2023
     EXPECT_EQ(west, std::floor(west));
-    clock::setToday(36526);
-    EXPECT_EQ(clock::today(), 36526);
-    clock::setToday(std::nullopt);
-    EXPECT_GE(clock::today(), west);
 }
 
 TEST(ApplicationInfo, NamesTheLoadedFile)
