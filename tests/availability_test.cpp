@@ -108,9 +108,9 @@ TEST_P(Availability, NoValueChangesAStatement)
 {
     Client desk = opened();
     // The last but one is quotes, once cut to bytes.
-    for (const std::string value : {"' OR '1'='1"s, "FREE' --"s, "x'; DROP TABLE POSSEDUTO; --"s, "''"s, "'"s,
-                                    "\\'"s, "FREE'/*"s, "\""s, "[a"s, "`"s, "?1 :a @b $c"s, "% _"s,
-                                    "\u4E2D\U0001F4D6"s, "\u0127 OR \u01271\u0127=\u01271"s, "FREE\0X"s}) {
+    for (const std::string& value : {"' OR '1'='1"s, "FREE' --"s, "x'; DROP TABLE POSSEDUTO; --"s, "''"s,
+                                     "'"s, "\\'"s, "FREE'/*"s, "\""s, "[a"s, "`"s, "?1 :a @b $c"s, "% _"s,
+                                     "\u4E2D\U0001F4D6"s, "\u0127 OR \u01271\u0127=\u01271"s, "FREE\0X"s}) {
         const std::string number = "Inv. " + text::toUtf8(text::upper(text::fromUtf8(value)));
         const std::string answer = desk.ask("01||" + value + "\n");
         // Whether the driver manager cuts to bytes depends on the process's locale, which other drivers set.
