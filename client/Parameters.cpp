@@ -1,19 +1,15 @@
 #include "Parameters.h"
 
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
 
+#include "Input.h"
 #include "platform/runtime/Text.h"
 
 namespace vqloan::client {
 
 Parameters::Parameters(const Site& site) : file_(site.parameters())
 {
-    std::ifstream in(file_, std::ios::binary);
-    if (!in)
-        throw std::runtime_error("cannot read " + file_.string());
-    const std::u16string all = text::fromCodePage(std::string{std::istreambuf_iterator<char>(in), {}});
+    const std::u16string all = text::fromCodePage(readFile(file_));
     for (std::size_t at = 0; at < all.size();) {
         const auto end = std::min(all.find(u'\r', at), all.size());
         lines_.push_back(all.substr(at, end - at));

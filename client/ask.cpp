@@ -1,6 +1,5 @@
 // vqloan ask: request lines in, answers out.
 #include <chrono>
-#include <fstream>
 #include <iostream>
 #include <iterator>
 #include <memory>
@@ -10,6 +9,7 @@
 #include "Answer.h"
 #include "Commands.h"
 #include "Component.h"
+#include "Input.h"
 #include "Json.h"
 #include "Table.h"
 #include "platform/runtime/Text.h"
@@ -35,16 +35,6 @@ Kind kindOf(const std::string& name)
 
 // --- Requests ---
 
-std::string readAll(const std::string& file)
-{
-    if (file.empty() || file == "-")
-        return {std::istreambuf_iterator<char>(std::cin), {}};
-    std::ifstream in(file, std::ios::binary);
-    if (!in)
-        throw std::runtime_error("cannot read " + file);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
 // Empty lines are passed over.
 std::vector<std::u16string> requestLines(const AskOptions& options)
 {
@@ -54,7 +44,8 @@ std::vector<std::u16string> requestLines(const AskOptions& options)
     if (single)
         return {text::fromUtf8(options.library + '\t' + options.shelf + '\t' + options.inventory + '\t' +
                                options.note)};
-    std::string bytes = readAll(options.file);
+    const bool standardInput = options.file.empty() || options.file == "-";
+    std::string bytes = standardInput ? readStandardInput() : readFile(options.file);
     if (!text::isUtf8(bytes))
         throw std::runtime_error("the request is not UTF-8");
     if (bytes.starts_with("\xEF\xBB\xBF"))

@@ -4,7 +4,6 @@
 // an inventory number answers for every copy of that library that has no line of its own, and "*" as library
 // as well for every other copy. Only the last six characters of an inventory number count, since a request
 // carries no more. Empty lines and lines that begin with # are passed over.
-#include <fstream>
 #include <map>
 #include <memory>
 #include <stdexcept>
@@ -12,6 +11,7 @@
 #include "Answer.h"
 #include "Commands.h"
 #include "Exchange.h"
+#include "Input.h"
 #include "Parameters.h"
 #include "platform/runtime/Text.h"
 
@@ -24,16 +24,14 @@ class HostTable
 public:
     explicit HostTable(const std::string& file)
     {
-        std::ifstream in(file);
-        if (!in)
-            throw std::runtime_error("cannot read " + file);
-        std::string line;
-        for (int number = 1; std::getline(in, line); ++number) {
-            if (line.ends_with('\r'))
-                line.pop_back();
-            if (line.empty() || line.front() == '#')
+        int number = 0;
+        for (std::u16string_view line : split(text::fromUtf8(readFile(file)), u"\n")) {
+            ++number;
+            if (line.ends_with(u'\r'))
+                line.remove_suffix(1);
+            if (line.empty() || line.front() == u'#')
                 continue;
-            const auto fields = split(text::fromUtf8(line), u"\t");
+            const auto fields = split(line, u"\t");
             if (fields.size() != 3)
                 throw std::runtime_error(
                     file + ", line " + std::to_string(number) +

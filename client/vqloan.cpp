@@ -149,6 +149,10 @@ int main(int argc, char** argv)
         std::cerr << "vqloan: " << error.what() << '\n';
         status = nothingDone;
     }
+    if (!std::cout.flush()) {
+        std::cerr << "vqloan: the output cannot be written\n";
+        status = nothingDone;
+    }
     CoUninitialize();
     return status;
 }
