@@ -127,7 +127,11 @@ class Ask(Site):
     def test_failures_and_their_exit_status(self):
         self.assertIn(b"not UTF-8", self.ask("SQL2", text=b"01\t\xff\n", status=2).stderr)
         self.ask("SQL3", text=b"", status=2)
-        self.ask("SQL2", self.site / "absent.txt", status=2)
+        for unreadable in ("absent.txt", "."):
+            self.assertIn(b"cannot read", self.ask("SQL2", self.site / unreadable, status=2).stderr)
+        with open("/dev/full", "wb") as full:
+            lost = subprocess.run([VQLOAN, "ask", "--kind=SQL2", f"--site={self.site}", "--library=01"], stdout=full)
+        self.assertEqual(lost.returncode, 2)
         self.ask("SQL2", self.site / "all.txt", "--library=01", status=2)
         self.edit("SvrDisp.ini", (b"PATH=" + bytes(self.site / "gateway"), b"PATH=/nowhere"))
         failed = self.ask("SQL", "--library=01", "--inventory=KA000002", status=1)
