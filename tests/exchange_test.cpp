@@ -165,7 +165,7 @@ TEST_F(Host, Answers)
         {"an empty file at first", inPieces, "Disponibile"},
         {"characters above 127", whole("gi\xE0\r\n"), "già"},
         {"starts with code 0", whole(std::string("\0rotto", 6)), "~"},
-        {"too late", after(2000, whole("zu spät")), "Non risponde"},
+        {"too late", after(1500, whole("zu spät")), "Non risponde"},
     };
     for (const Answered& c : cases) {
         const Responder host(files, c.reply);

@@ -50,57 +50,35 @@ protected:
 
 TEST_F(StandIns, SettingsFollowProfileFileConventions)
 {
-    ini->SetFile(writtenTo(scratch, "s.ini",
-                           "OUTSIDE=1\r\n"
-                           "; [SERVER]\n"
-                           " \t[ Server ] trailing\r\n"
-                           ";COMMENT=1\r\n"
-                           "Connect = Data Source=x;Mode=r \t\r\n"
-                           "CONNECT=second\n"
-                           "EMPTY=\rBLANK= \t \n"
-                           "NOEQUALS\n"
-                           "QUOTED = \" a \"\n"
-                           "SINGLE='a'\n"
-                           "UNEVEN=\"a'\n"
-                           "NOTE=a ; b\n"
-                           "=nameless\n"
-                           "[OTHER\n"
-                           "CONNECT=other\n"
-                           "[SERVER]\n"
-                           "LATE=1\n"
-                           "[\u00E0]\n1=last"));
-    const std::tuple<const char16_t*, const char16_t*, const char16_t*> cases[] = {
-        {u"SERVER", u"CONNECT", u"Data Source=x;Mode=r"},
-        {u"server ", u" connect", u"Data Source=x;Mode=r"},
-        {u"SERVER", u"EMPTY", u""},
-        {u"SERVER", u"NOEQUALS", u"default"},
-        {u"SERVER", u"QUOTED", u" a "},
-        {u"SERVER", u"SINGLE", u"a"},
-        {u"SERVER", u"UNEVEN", u"\"a'"},
-        {u"SERVER", u"NOTE", u"a ; b"},
-        {u"SERVER", u"COMMENT", u"default"},
-        {u"SERVER", u"LATE", u"default"}, // only the first section of a name counts
-        {u"OTHER", u"CONNECT", u"other"}, // a header without its bracket still ends the section before it
-        {u"NONE", u"CONNECT", u"default"},
-        {u"", u"OUTSIDE", u"default"},
-        {u"\u00C0", u"1", u"last"},
+    const std::tuple<std::string, const char16_t*, const char16_t*, const char16_t*> cases[] = {
+        // contents, section, key, value
+        {"[SERVER]\r\nConnect = Data Source=x;Mode=r \t\r\n", u"server ", u" CONNECT",
+         u"Data Source=x;Mode=r"},
+        {" \t[ S ] trailing\nK=1", u"S", u"K", u"1"},
+        {"[S]\nK=1\nK=2\n", u"S", u"K", u"1"},
+        {"[S]\n[T]\n[S]\nK=1\n", u"S", u"K", u"default"}, // only the first section of a name counts
+        {"[S]\n[OTHER\nK=1\n", u"OTHER", u"K", u"1"}, // a header without its bracket is one
+        {"[S]\n[OTHER\nK=1\n", u"S", u"K", u"default"},
+        {"[S]\nA=\rK= \t \n", u"S", u"K", u""},
+        {"[S]\nK\n=nameless\n", u"S", u"K", u"default"},
+        {"[S]\nK = \" a \"\n", u"S", u"K", u" a "},
+        {"[S]\nK='a'\n", u"S", u"K", u"a"},
+        {"[S]\nK=\"a'\n", u"S", u"K", u"\"a'"},
+        {"[S]\nK=a ; b\n", u"S", u"K", u"a ; b"},
+        {"[S]\n;K=1\n", u"S", u"K", u"default"},
+        {"; [S]\nK=1\n", u"S", u"K", u"default"},
+        {"K=1\n[S]\n", u"", u"K", u"default"},
+        {"[\xC3\xA0]\n1=last", u"À", u"1", u"last"},
+        // Encodings.
+        {"[S]\nK=\xA7x\xA7 \x80", u"S", u"K", u"§x§ €"},
+        {"[S]\nK=\xC2\xA7x\xC2\xA7", u"S", u"K", u"§x§"},
+        {"[S]\nK=\xC3\xA0 \xE0", u"S", u"K", u"\u00C3\u00A0 à"}, // not valid throughout
+        {"\xEF\xBB\xBF[S]\nK=a", u"S", u"K", u"a"},
+        {"\xEF\xBB\xBF[S]\nK=\xE0", u"S", u"K", u"\uFFFD"},
     };
-    for (const auto& [section, key, value] : cases)
-        EXPECT_EQ(readIni(section, key), value) << text::toUtf8(section) << " " << text::toUtf8(key);
-}
-
-TEST_F(StandIns, SettingsAreReadInTheirEncoding)
-{
-    const std::pair<std::string, const char16_t*> cases[] = {
-        {"[S]\nK=\xA7x\xA7 \x80", u"§x§ €"},
-        {"[S]\nK=\xC2\xA7x\xC2\xA7", u"§x§"},
-        {"[S]\nK=\xC3\xA0 \xE0", u"\u00C3\u00A0 \u00E0"}, // not valid throughout
-        {"\xEF\xBB\xBF[S]\nK=a", u"a"},
-        {"\xEF\xBB\xBF[S]\nK=\xE0", u"\uFFFD"},
-    };
-    for (const auto& [bytes, value] : cases) {
-        ini->SetFile(writtenTo(scratch, "s.ini", bytes));
-        EXPECT_EQ(readIni(u"S", u"K"), value);
+    for (const auto& [contents, section, key, value] : cases) {
+        ini->SetFile(writtenTo(scratch, "s.ini", contents));
+        EXPECT_EQ(readIni(section, key), value) << contents;
     }
 }
 
@@ -139,12 +117,8 @@ TEST_F(StandIns, SettingsReflectTheFileAsItIsNow)
 
 TEST_F(StandIns, PlaceholderValuesComeFromTheEnvironment)
 {
-    struct Case
-    {
-        std::string name;
-        const char* value; // nullptr: not set
-        const char16_t* resolved;
-    } const cases[] = {
+    const std::tuple<std::string, const char*, const char16_t*> cases[] = {
+        // name, value, resolved
         {"VQ_PLAIN", "db1", u"db1"},
         {"VQ_EMPTY", "", u""},
         {"VQ_LATIN", "citt\xE0", u"citt\u00E0"},
@@ -160,11 +134,11 @@ TEST_F(StandIns, PlaceholderValuesComeFromTheEnvironment)
         {"VQ_UNSET", nullptr, u"unresolved"},
         {"", nullptr, u"unresolved"},
     };
-    for (const Case& c : cases)
-        if (c.value)
-            ::setenv(c.name.c_str(), c.value, 1);
-    for (const Case& c : cases)
-        EXPECT_EQ(resolve(text::fromUtf8(c.name)), c.resolved) << c.name;
+    for (const auto& [name, value, resolved] : cases)
+        if (value)
+            ::setenv(name.c_str(), value, 1);
+    for (const auto& [name, value, resolved] : cases)
+        EXPECT_EQ(resolve(text::fromUtf8(name)), resolved) << name;
 
     resolve(u"VQ_TO_NOWHERE");
     EXPECT_EQ(record().find("secret"), std::string::npos);
