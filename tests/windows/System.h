@@ -5,7 +5,6 @@
 #include <functional>
 #include <stdexcept>
 #include <string>
-#include <thread>
 
 #include "platform/automation/Automation.h"
 
@@ -49,24 +48,6 @@ inline std::size_t openFiles()
     GetProcessHandleCount(GetCurrentProcess(), &count);
     return count;
 }
-
-// Takes turns elsewhere, on a thread of its own, until it is destroyed.
-class Counterpart
-{
-public:
-    explicit Counterpart(std::function<void()> turn)
-        : thread_([turn = std::move(turn)](const std::stop_token& stop) {
-              try {
-                  while (!stop.stop_requested())
-                      turn();
-              } catch (...) { // the tests find that nobody answers
-              }
-          })
-    {}
-
-private:
-    std::jthread thread_;
-};
 
 // Makes `event` a pending event of this thread, a message in its queue: it runs once, when the thread lets
 // its events run.
