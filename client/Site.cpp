@@ -50,6 +50,8 @@ Site::Site(const fs::path& directory)
         throw std::runtime_error("there is neither " + component_.string() + " nor " + source_.string());
     privateDirectory_ = makePrivateDirectory();
     component_ = privateDirectory_ / componentName;
+    program::removeWhenEnded({component_, privateDirectory_ / settings().filename(),
+                              privateDirectory_ / parameters().filename(), privateDirectory_});
     fs::copy_file(source_, component_);
     place(settings(), privateDirectory_);
     place(parameters(), privateDirectory_);

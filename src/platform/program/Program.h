@@ -2,11 +2,17 @@
 #pragma once
 
 #include <filesystem>
+#include <vector>
 
 namespace vqloan::program {
 
 // The running program's own file, absolute, links resolved.
 std::filesystem::path file();
+
+// Files, then the directories that are empty without them, that are to go when the user or the system ends
+// the program before it has removed them itself. Called once. Windows removes no file that is loaded: there
+// they stay.
+void removeWhenEnded(const std::vector<std::filesystem::path>& paths);
 
 enum class Stream
 {

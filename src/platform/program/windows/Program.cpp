@@ -17,6 +17,8 @@ std::filesystem::path file()
     return name;
 }
 
+void removeWhenEnded(const std::vector<std::filesystem::path>&) {}
+
 int terminalColumns(Stream stream) noexcept
 {
     if (!_isatty(static_cast<int>(stream)))
