@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <thread>
+#include <tuple>
 
 #include "FailureOf.h"
 #include "Queries.h"
@@ -18,11 +19,7 @@ using namespace std::string_literals;
 
 TEST(ConnectionString, FindsTheLastValueOfAKey)
 {
-    const struct
-    {
-        std::u16string_view text, key;
-        std::optional<std::u16string> value;
-    } cases[] = {
+    const std::tuple<std::u16string_view, std::u16string_view, std::optional<std::u16string>> cases[] = {
         {u"Provider=SQLite;Data Source=/a b/c.db", u"data source", u"/a b/c.db"},
         {u" ; Provider = SQLite ;; ", u"PROVIDER", u"SQLite"},
         {u"a=1;A=2", u"a", u"2"},
@@ -52,10 +49,7 @@ TEST(ConnectionString, SaysWhatIsMalformedWithoutQuotingIt)
 
 TEST(StatementShape, TakesOnlyWhatSurelyIsAValue)
 {
-    const struct
-    {
-        std::u16string_view statement, shape;
-    } cases[] = {
+    const std::pair<std::u16string_view, std::u16string_view> cases[] = {
         {u"SELECT a FROM t WHERE b = 'x''y' AND c ='' AND d IS NULL",
          u"SELECT a FROM t WHERE b = ? AND c =? AND d IS NULL"},
         {u"select a from t where (b<>'x') and c >= '--;/*' or d\n=\n'y'",
@@ -80,11 +74,7 @@ TEST(StatementShape, TakesOnlyWhatSurelyIsAValue)
 
 TEST(Dates, AreReadFromIso8601Alone)
 {
-    const struct
-    {
-        std::string_view text;
-        double days;
-    } cases[] = {
+    const std::pair<const char*, double> cases[] = {
         {"1899-12-30", 0.0},
         {"2024-02-29", 45351.0},
         {"2024-02-29 18:00", 45351.75},
@@ -104,10 +94,7 @@ TEST(Recordset, GivesEachValueAsItsType)
 {
     SqliteFile file("CREATE TABLE T (V, D DATE, S TIMESTAMP(3), X TEXT);");
     const auto connection = open(file.connectionText());
-    const struct
-    {
-        std::string column, literal, value;
-    } cases[] = {
+    const std::tuple<std::string, std::string, std::string> cases[] = {
         {"V", "NULL", "null"},
         {"V", "-2147483648", "long -2147483648"},
         {"V", "2147483648", "long long 2147483648"},
@@ -213,12 +200,12 @@ TEST(Connection, SaysWhyItCannotOpen)
         {"", connectionFailed, "Provider=, DSN= or Driver= is missing"},
         {"Provider=Oracle;Data Source=x", 3706, "Provider=Oracle"},
     };
-    for (const auto& [text, number, says] : cases) {
+    for (const auto& refused : cases) {
         const auto connection = createConnection();
         const auto open = [&](const std::string& to) { connection->Open(text::fromUtf8(to), {}, {}, -1); };
-        const Failed failed = failureOf([&] { open(text); });
-        EXPECT_EQ(failed.number, number) << text;
-        EXPECT_TRUE(failed.says(says) && !failed.says("secret")) << failed.description;
+        const Failed failed = failureOf([&] { open(refused.text); });
+        EXPECT_EQ(failed.number, refused.number) << refused.text;
+        EXPECT_TRUE(failed.says(refused.says) && !failed.says("secret")) << failed.description;
         EXPECT_EQ(connection->State(), ado::stateClosed);
         open(good.connectionText());
         EXPECT_EQ(connection->State(), ado::stateOpen);

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <tuple>
 
 #include "Site.h"
 #include "availability/OtherGroup.h"
@@ -58,34 +59,30 @@ TEST(Answer, LineCounter)
 
 TEST(Fields, GetField)
 {
-    struct Case
-    {
-        const char16_t *text, *separator;
-        int number;
-        bool cut;
-        const char16_t *field, *rest;
-    } const cases[] = {
-        {u"", u"\t", 1, true, u"", u""},
-        {u"A\t\tB", u"\t", 2, false, u"", u"A\t\tB"},
-        {u"A\t\tB", u"\t", 3, true, u"B", u""},
-        {u"A\t\tB", u"\t", 4, true, u"", u"A\t\tB"},
-        {u"A\tB\t", u"\t", 3, true, u"", u"A\tB\t"},
-        {u" A  B", u" ", 1, true, u"", u"A  B"},
-        {u" A  B", u" ", 2, true, u"A", u"B"},
-        {u" A  B", u" ", 3, true, u"B", u""},
-        {u"L1\r\nL2\r\n", u"\r\n", 0, false, u"L1", u"L2\r\n"},
-        {u"L2\r\n", u"\r\n", 0, false, u"L2", u""},
-        {u"\r\n\r\nX", u"\r\n", 0, false, u"", u"\r\nX"},
-        {u"A,B,C,D", u",", 3, true, u"C", u"D"},
-        {u"A,B", u",", -1, true, u"", u"A,B"},
-    };
-    for (const Case& c : cases) {
-        std::u16string_view text = c.text;
-        Int16 number = c.number;
-        EXPECT_EQ(DispSvr::GetField(text, c.separator, number, c.cut), c.field)
-            << text::toUtf8(c.text) << c.number;
-        EXPECT_EQ(text, c.rest) << text::toUtf8(c.text) << c.number;
-        EXPECT_EQ(number, c.number == 0 ? 1 : c.number);
+    const std::tuple<const char16_t*, const char16_t*, int, bool, const char16_t*, const char16_t*> cases[] =
+        {
+            // text, separator, number, whether to cut; field, rest
+            {u"", u"\t", 1, true, u"", u""},
+            {u"A\t\tB", u"\t", 2, false, u"", u"A\t\tB"},
+            {u"A\t\tB", u"\t", 3, true, u"B", u""},
+            {u"A\t\tB", u"\t", 4, true, u"", u"A\t\tB"},
+            {u"A\tB\t", u"\t", 3, true, u"", u"A\tB\t"},
+            {u" A  B", u" ", 1, true, u"", u"A  B"},
+            {u" A  B", u" ", 2, true, u"A", u"B"},
+            {u" A  B", u" ", 3, true, u"B", u""},
+            {u"L1\r\nL2\r\n", u"\r\n", 0, false, u"L1", u"L2\r\n"},
+            {u"L2\r\n", u"\r\n", 0, false, u"L2", u""},
+            {u"\r\n\r\nX", u"\r\n", 0, false, u"", u"\r\nX"},
+            {u"A,B,C,D", u",", 3, true, u"C", u"D"},
+            {u"A,B", u",", -1, true, u"", u"A,B"},
+        };
+    for (const auto& [given, separator, wanted, cut, field, rest] : cases) {
+        SCOPED_TRACE(text::toUtf8(given) + " " + std::to_string(wanted));
+        std::u16string_view text = given;
+        Int16 number = wanted;
+        EXPECT_EQ(DispSvr::GetField(text, separator, number, cut), field);
+        EXPECT_EQ(text, rest);
+        EXPECT_EQ(number, wanted == 0 ? 1 : wanted);
     }
 }
 

@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include <dlfcn.h>
@@ -103,14 +104,9 @@ std::string converted(const VARIANT& source, VARTYPE type, LCID locale = LOCALE_
     return text::toUtf8(shown.toText());
 }
 
-struct Conversion
-{
-    const char16_t* text;
-    const char* expected;
-};
-
 // What texts give as values of that type.
-void check(VARTYPE type, const std::vector<Conversion>& cases, LCID locale = LOCALE_USER_DEFAULT)
+void check(VARTYPE type, const std::vector<std::pair<const char16_t*, const char*>>& cases,
+           LCID locale = LOCALE_USER_DEFAULT)
 {
     for (const auto& [text, expected] : cases)
         EXPECT_EQ(converted(Variant(text).get(), type, locale), expected)
@@ -197,11 +193,7 @@ TEST(Automation, RefusesWrongUse)
     VARIANT nowhere = variantOf<void*>(VT_BYREF | VT_I4, nullptr);
     CLSID clsid;
     void* object = &target;
-    const struct
-    {
-        const char* name;
-        HRESULT result, expected;
-    } cases[] = {
+    const std::tuple<const char*, HRESULT, HRESULT> cases[] = {
         {"clear null", VariantClear(nullptr), E_INVALIDARG},
         {"copy from null", VariantCopy(target.address(), nullptr), E_INVALIDARG},
         {"copy to null", VariantCopyInd(nullptr, &number), E_INVALIDARG},
@@ -221,8 +213,8 @@ TEST(Automation, RefusesWrongUse)
         {"no file of a class", AutomationRegisterClass(IID_NULL, u"A.B", nullptr), E_INVALIDARG},
         {"two lines of registry", AutomationRegisterClass(IID_NULL, u"A.B", u"/a\nb"), E_INVALIDARG},
     };
-    for (const auto& given : cases)
-        EXPECT_EQ(given.result, given.expected) << given.name;
+    for (const auto& [name, result, expected] : cases)
+        EXPECT_EQ(result, expected) << name;
     EXPECT_EQ(CoGetClassObject(IID_NULL, 4, nullptr, IID_IUnknown, &object),
               REGDB_E_CLASSNOTREG); // another process
     EXPECT_EQ(object, nullptr);
@@ -291,12 +283,7 @@ TEST(Automation, ConvertsTextToDates)
 TEST(Automation, ConvertsBetweenOtherTypes)
 {
     const ScopedVariable locale("LC_ALL", "C");
-    const struct
-    {
-        VARIANT source;
-        VARTYPE type;
-        const char* expected;
-    } cases[] = {
+    const std::tuple<VARIANT, VARTYPE, const char*> cases[] = {
         {variantOf(VT_EMPTY, 0), VT_BSTR, ""},
         {variantOf(VT_EMPTY, 0), VT_I4, "0"},
         {variantOf(VT_NULL, 0), VT_BSTR, "mismatch"},
@@ -326,9 +313,8 @@ TEST(Automation, ConvertsBetweenOtherTypes)
         {variantOf(VT_I4, 1), VT_DISPATCH, "mismatch"},
         {variantOf(VT_I4, 1), VT_VARIANT, "bad type"},
     };
-    for (const auto& given : cases)
-        EXPECT_EQ(converted(given.source, given.type), given.expected)
-            << given.source.vt << " to " << given.type;
+    for (const auto& [source, type, expected] : cases)
+        EXPECT_EQ(converted(source, type), expected) << source.vt << " to " << type;
     // Clients that do not ask for words get the Boolean's number.
     Variant plain;
     const VARIANT truth = variantOf(VT_BOOL, VARIANT_TRUE);

@@ -16,10 +16,7 @@ namespace {
 
 TEST(OdbcConnectionText, SpeaksToTheDriver)
 {
-    const struct
-    {
-        std::u16string text, user, password, expected;
-    } cases[] = {
+    const std::tuple<std::u16string, std::u16string, std::u16string, std::u16string> cases[] = {
         {u"Provider=MSDASQL;Data Source=libri;User ID=u;Password=p", u"", u"", u"DSN=libri;UID=u;PWD=p;"},
         {u"DSN=libri;UID=u;PWD=p", u"v", u"q", u"DSN=libri;UID=v;PWD=q;"},
         {u"Driver={PostgreSQL Unicode};Server=h;server=i", u"", u"", u"Driver=PostgreSQL Unicode;Server=i;"},
@@ -53,10 +50,7 @@ TEST_F(Odbc, GivesEachValueAsItsType)
     std::string longText;
     for (int i = 0; i < 5000; ++i)
         longText += "è9";
-    const struct
-    {
-        std::string expression, value;
-    } cases[] = {
+    const std::pair<std::string, std::string> cases[] = {
         {"NULL::integer", "null"},
         {"NULL::text", "null"},
         {"NULL::timestamp", "null"},

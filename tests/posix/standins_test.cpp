@@ -57,7 +57,7 @@ TEST_F(StandIns, SettingsFollowProfileFileConventions)
         {" \t[ S ] trailing\nK=1", u"S", u"K", u"1"},
         {"[S]\nK=1\nK=2\n", u"S", u"K", u"1"},
         {"[S]\n[T]\n[S]\nK=1\n", u"S", u"K", u"default"}, // only the first section of a name counts
-        {"[S]\n[OTHER\nK=1\n", u"OTHER", u"K", u"1"}, // a header without its bracket is one
+        {"[S]\n[OTHER\nK=1\n", u"OTHER", u"K", u"1"},     // a header without its bracket is one
         {"[S]\n[OTHER\nK=1\n", u"S", u"K", u"default"},
         {"[S]\nA=\rK= \t \n", u"S", u"K", u""},
         {"[S]\nK\n=nameless\n", u"S", u"K", u"default"},
