@@ -11,6 +11,12 @@
 
 namespace vqloan::test {
 
+inline void check(HRESULT result)
+{
+    if (FAILED(result))
+        throw std::runtime_error("the call failed: " + std::to_string(result));
+}
+
 // Keeps the file loaded. A copy of the file in another directory is another site, with its own settings
 // there.
 class Component
@@ -23,13 +29,13 @@ public:
     ComPtr<_DispSvr> create() const
     {
         ComPtr<_DispSvr> object;
-        succeeded(factory()->CreateInstance(nullptr, IID__DispSvr, object.addressVoid()), "CreateInstance");
+        check(factory()->CreateInstance(nullptr, IID__DispSvr, object.addressVoid()));
         return object;
     }
     ComPtr<IClassFactory> factory() const
     {
         ComPtr<IClassFactory> factory;
-        succeeded(classObject(CLSID_DispSvr, IID_IClassFactory, factory.addressVoid()), "DllGetClassObject");
+        check(classObject(CLSID_DispSvr, IID_IClassFactory, factory.addressVoid()));
         return factory;
     }
 
@@ -43,11 +49,6 @@ public:
     HRESULT unregisterServer() const { return entry<HRESULT(STDAPICALLTYPE*)()>("DllUnregisterServer")(); }
 
 private:
-    static void succeeded(HRESULT result, const char* what)
-    {
-        if (FAILED(result))
-            throw std::runtime_error(std::string(what) + " failed: " + std::to_string(result));
-    }
     template <class Function> Function entry(const char* name) const
     {
         void* const address = file_.entry(name);

@@ -3,7 +3,9 @@
 #pragma once
 
 #include <ctime>
+#include <iomanip>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -153,14 +155,13 @@ inline std::string schemaAndRows()
                 (columns.empty() ? "" : ", ") + column + (isDate(column) ? " TIMESTAMP" : " VARCHAR(40)");
         statements += "CREATE TABLE " + table.name + " (" + columns + ");\n";
         for (const auto& row : table.rows) {
-            std::string values;
-            for (const Value& value : row) {
-                std::string quoted;
-                for (const char c : value.value_or(""))
-                    quoted += c == '\'' ? std::string("''") : std::string(1, c);
-                values += (values.empty() ? "" : ", ") + (value ? "'" + quoted + "'" : "NULL");
+            std::ostringstream values;
+            for (const char* separator = ""; const Value& value : row) {
+                value ? values << separator << std::quoted(*value, '\'', '\'')
+                      : values << separator << "NULL";
+                separator = ", ";
             }
-            statements += "INSERT INTO " + table.name + " VALUES (" + values + ");\n";
+            statements += "INSERT INTO " + table.name + " VALUES (" + values.str() + ");\n";
         }
     }
     return statements;

@@ -1,6 +1,7 @@
 // Connections and queries as the component makes them, and the failures that databases have in common.
 #pragma once
 
+#include <map>
 #include <memory>
 #include <string>
 
@@ -40,23 +41,12 @@ inline Variant first(const std::shared_ptr<Connection>& connection, const std::s
 // A value as tables of cases write it: its type and its text, a date as its day's number.
 inline std::string typeAndText(const Variant& value)
 {
-    const auto text = [](const Variant& shown) { return text::toUtf8(shown.toText()); };
-    switch (value.get().vt) {
-    case VT_NULL:
+    static const std::map<VARTYPE, std::string> types{
+        {VT_I4, "long "}, {VT_I8, "long long "}, {VT_R8, "double "}, {VT_DATE, "date "}, {VT_BSTR, "text "}};
+    const VARTYPE type = value.get().vt;
+    if (type == VT_NULL)
         return "null";
-    case VT_I4:
-        return "long " + text(value);
-    case VT_I8:
-        return "long long " + text(value);
-    case VT_R8:
-        return "double " + text(value);
-    case VT_DATE:
-        return "date " + text(value.toDate());
-    case VT_BSTR:
-        return "text " + text(value);
-    default:
-        return "type " + std::to_string(value.get().vt);
-    }
+    return types.at(type) + text::toUtf8((type == VT_DATE ? Variant(value.toDate()) : value).toText());
 }
 
 } // namespace vqloan::test

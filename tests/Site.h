@@ -89,13 +89,6 @@ public:
     }
 
     ComPtr<_DispSvr> object;
-
-private:
-    static void check(HRESULT result)
-    {
-        if (FAILED(result))
-            throw std::runtime_error("the call failed: " + std::to_string(result));
-    }
 };
 
 class Site

@@ -32,20 +32,10 @@ protected:
     Client desk = site.client();
 };
 
-struct Answered
-{
-    const char* what;
-    Responder::Reply reply;
-    std::string answer;
-};
-
-struct Damaged
-{
-    const char* what;
-    std::function<void()> damage;
-    std::int32_t number;
-    const char* answer = "";
-};
+// What is special, what is replied, what the desk is told.
+using Answered = std::tuple<const char*, Responder::Reply, std::string>;
+// What is special, what is broken, the failure recorded, what the desk is told.
+using Damaged = std::tuple<const char*, std::function<void()>, std::int32_t, std::string>;
 
 class Gateway : public Exchange
 {
@@ -75,10 +65,10 @@ TEST_F(Gateway, Answers)
          "Inv. X9|01|Inv. X9A" + std::string(300, '|') + "B||\n"},
         {"empty file", whole(""), "Codice Bibl. 01|Coll. , Inv. X9|Errore nei parametri\n"},
     };
-    for (const Answered& c : cases) {
-        const Responder gateway(files, c.reply);
-        EXPECT_EQ(desk.ask("01||x9"), c.answer) << c.what;
-        EXPECT_EQ(exists(answer), std::string(c.what) == "empty file") << c.what;
+    for (const auto& [what, reply, told] : cases) {
+        const Responder gateway(files, reply);
+        EXPECT_EQ(desk.ask("01||x9"), told) << what;
+        EXPECT_EQ(exists(answer), std::string(what) == "empty file") << what;
         remove(answer);
     }
 }
@@ -102,18 +92,18 @@ TEST_F(Gateway, WritesTheRequestAndLeavesIt)
 
 TEST_F(Gateway, Failures)
 {
+    const std::string failed = "Codice Bibl. 01|Coll. A, Inv. 1|Errore nei parametri\n";
     const Damaged cases[] = {
-        {"directory gone", [&] { remove_all(exchange); }, 76},
-        {"request is a directory", [&] { create_directories(request); }, 75},
-        {"wait beyond the clock", [&] { configure("7", "2147484"); }, 6},
-        {"answer is empty", [&] { write(answer, ""); }, 62},
+        {"directory gone", [&] { remove_all(exchange); }, 76, failed},
+        {"request is a directory", [&] { create_directories(request); }, 75, failed},
+        {"wait beyond the clock", [&] { configure("7", "2147484"); }, 6, failed},
+        {"answer is empty", [&] { write(answer, ""); }, 62, failed},
     };
-    for (const Damaged& c : cases) {
-        SCOPED_TRACE(c.what);
+    for (const auto& [what, damage, number, told] : cases) {
+        SCOPED_TRACE(what);
         configure("7", "1");
-        c.damage();
-        expectFailure(c.number, "SvrODBC.CallSql", "01|A|1",
-                      "Codice Bibl. 01|Coll. A, Inv. 1|Errore nei parametri\n");
+        damage();
+        expectFailure(number, "SvrODBC.CallSql", "01|A|1", told);
         remove_all(exchange);
         create_directory(exchange);
     }
@@ -167,11 +157,11 @@ TEST_F(Host, Answers)
         {"starts with code 0", whole(std::string("\0rotto", 6)), "~"},
         {"too late", after(1500, whole("zu spät")), "Non risponde"},
     };
-    for (const Answered& c : cases) {
-        const Responder host(files, c.reply);
+    for (const auto& [what, reply, told] : cases) {
+        const Responder host(files, reply);
         EXPECT_EQ(desk.ask("01||9"),
-                  c.answer == "~" ? "Codice Bibl. 01|Coll. , Inv. 9|rotto\n" : "Civica|" + c.answer + "||\n")
-            << c.what;
+                  told == "~" ? "Codice Bibl. 01|Coll. , Inv. 9|rotto\n" : "Civica|" + told + "||\n")
+            << what;
     }
 }
 
@@ -202,20 +192,20 @@ TEST_F(Host, Failures)
     const std::string thirteen = "1\n2\n3\n4\n5\n6\n7\n8\n9\n10\n11\n12\n13\n";
     const auto file = site.directory / "CLIENT.PAR";
     const Damaged cases[] = {
-        {"no settings file", [&] { remove(file); }, 53},
-        {"thirteen lines", [&] { site.hostParameters(thirteen); }, 62},
-        {"no = on line 14", [&] { site.hostParameters(thirteen + "14\n"); }, 5},
-        {"number out of range", [&] { site.hostParameters("1\n2\n3\n4\n5\n40000\n"); }, 6},
+        {"no settings file", [&] { remove(file); }, 53, ""},
+        {"thirteen lines", [&] { site.hostParameters(thirteen); }, 62, ""},
+        {"no = on line 14", [&] { site.hostParameters(thirteen + "14\n"); }, 5, ""},
+        {"number out of range", [&] { site.hostParameters("1\n2\n3\n4\n5\n40000\n"); }, 6, ""},
         {"twelve libraries",
-         [&] { write(file, read(file) + wire(std::string(libraries) + libraries + libraries)); }, 9},
-        {"exchange directory gone", [&] { remove_all(exchange); }, 76},
+         [&] { write(file, read(file) + wire(std::string(libraries) + libraries + libraries)); }, 9, ""},
+        {"exchange directory gone", [&] { remove_all(exchange); }, 76, ""},
         {"width 1", [&] { configure("0.01", "1", "Z="); }, 5, "Non risponde"}, // stored before the cut
     };
-    for (const Damaged& c : cases) {
-        SCOPED_TRACE(c.what);
+    for (const auto& [what, damage, number, told] : cases) {
+        SCOPED_TRACE(what);
         configure();
-        c.damage();
-        expectFailure(c.number, "SvrODBC.Call7000", "01||1", "Civica|" + std::string(c.answer) + "||\n");
+        damage();
+        expectFailure(number, "SvrODBC.Call7000", "01||1", "Civica|" + told + "||\n");
     }
 }
 
