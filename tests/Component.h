@@ -8,6 +8,7 @@
 #include "System.h"
 #include "component/face/DispSvrInterface.h"
 #include "platform/automation/ComPtr.h"
+#include "platform/program/Program.h"
 
 namespace vqloan::test {
 
@@ -23,7 +24,7 @@ class Component
 {
 public:
     // Throws std::runtime_error when the file cannot be loaded.
-    explicit Component(const std::filesystem::path& file = COMPONENT_FILE) : file_(file) {}
+    explicit Component(const std::filesystem::path& file = COMPONENT_FILE) : library_(file) {}
 
     // A new object. Throws std::runtime_error when there is none.
     ComPtr<_DispSvr> create() const
@@ -41,23 +42,16 @@ public:
 
     HRESULT classObject(REFCLSID clsid, REFIID iid, void** object) const
     {
-        return entry<HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**)>("DllGetClassObject")(clsid, iid,
-                                                                                              object);
+        using ClassObject = HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**);
+        return library_.function<ClassObject>("DllGetClassObject")(clsid, iid, object);
     }
-    HRESULT canUnloadNow() const { return entry<HRESULT(STDAPICALLTYPE*)()>("DllCanUnloadNow")(); }
-    HRESULT registerServer() const { return entry<HRESULT(STDAPICALLTYPE*)()>("DllRegisterServer")(); }
-    HRESULT unregisterServer() const { return entry<HRESULT(STDAPICALLTYPE*)()>("DllUnregisterServer")(); }
+    HRESULT canUnloadNow() const
+    {
+        return library_.function<HRESULT(STDAPICALLTYPE*)()>("DllCanUnloadNow")();
+    }
 
 private:
-    template <class Function> Function entry(const char* name) const
-    {
-        void* const address = file_.entry(name);
-        if (!address)
-            throw std::runtime_error(std::string("no entry point ") + name);
-        return reinterpret_cast<Function>(address);
-    }
-
-    LoadedFile file_;
+    program::Library library_;
 };
 
 } // namespace vqloan::test

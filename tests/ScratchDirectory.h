@@ -4,9 +4,8 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <random>
 #include <string>
-
-#include "System.h"
 
 namespace vqloan::test {
 
@@ -28,7 +27,16 @@ public:
     std::u16string file(const std::string& name) const { return (path_ / name).u16string(); }
 
 private:
-    std::filesystem::path path_ = newScratchDirectory();
+    static std::filesystem::path newDirectory()
+    {
+        for (std::random_device random;;) {
+            auto path = std::filesystem::temp_directory_path() / ("vqloan-" + std::to_string(random()));
+            if (std::filesystem::create_directory(path))
+                return path;
+        }
+    }
+
+    std::filesystem::path path_ = newDirectory();
 };
 
 inline void write(const std::filesystem::path& file, const std::string& bytes)
