@@ -68,13 +68,11 @@ class Site(unittest.TestCase):
     def rows(self, kind, **options):
         return json.loads(self.ask(kind, "--format", "json", self.site / "requests.txt", **options).stdout)
 
-    def edit(self, name, *changes):
+    def edit(self, name, old, new):
         path = self.site / name
         content = path.read_bytes()
-        for old, new in changes:
-            self.assertIn(old, content)
-            content = content.replace(old, new)
-        path.write_bytes(content)
+        self.assertIn(old, content)
+        path.write_bytes(content.replace(old, new))
 
 
 class Ask(Site):
@@ -142,7 +140,7 @@ class Ask(Site):
             lost = subprocess.run([VQLOAN, "ask", "--kind=SQL2", f"--site={self.site}", "--library=01"], stdout=full)
         self.assertEqual(lost.returncode, 2)
         self.ask("SQL2", self.site / "all.txt", "--library=01", status=2)
-        self.edit("SvrDisp.ini", (b"PATH=" + bytes(self.site / "gateway"), b"PATH=/nowhere"))
+        self.edit("SvrDisp.ini", b"PATH=" + bytes(self.site / "gateway"), b"PATH=/nowhere")
         failed = self.ask("SQL", "--library=01", "--inventory=KA000002", status=1)
         self.assertIn(b"Errore nei parametri", failed.stdout)
         row = self.rows("SQL", status=1)[0]
@@ -183,7 +181,7 @@ class Check(Site):
         for kind, name, old, new, finding in cases:
             with self.subTest(finding):
                 before = (self.site / name).read_bytes()
-                self.edit(name, (old, new))
+                self.edit(name, old, new)
                 said = run("check", "--kind", kind, "--site", self.site, status=1).stdout.decode()
                 (self.site / name).write_bytes(before)
                 # A cell goes on over several lines; the second column holds the findings.
@@ -263,7 +261,7 @@ class Serving(Site):
         self.assertIn(b"line 1", run("host", "--exchange", self.site / "host", table, status=2).stderr)
 
     def test_a_slow_gateway_times_out(self):
-        self.edit("SvrDisp.ini", (b"\nTIMEOUT=5", b"\nTIMEOUT=0"))
+        self.edit("SvrDisp.ini", b"\nTIMEOUT=5", b"\nTIMEOUT=0")
         self.serve("gateway", "--site", self.site, "--delay", "400")
         self.assertIn("Nessuna risposta", self.ask("SQL", text=b"00\t\tKA000001\n").stdout.decode())
 

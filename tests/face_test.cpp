@@ -30,6 +30,13 @@ VARIANT of(VARTYPE type, void* value = nullptr)
     return variant;
 }
 
+class Face : public testing::Test
+{
+protected:
+    const Component component;
+    ComPtr<_DispSvr> object = component.create();
+};
+
 // A call by DISPID. Arguments stand in the order of a script, the named ones last.
 struct ScriptCall
 {
@@ -53,10 +60,8 @@ struct ScriptCall
 // --- Use ---
 
 // A client in another language knows the numbers of the slots, not their names.
-TEST(Face, SlotsAreWhereTheyArePublished)
+TEST_F(Face, SlotsAreWhereTheyArePublished)
 {
-    const Component component;
-    const auto object = component.create();
     const auto slot = [&]<class Value>(int number, Value value) {
         void** const slots = *reinterpret_cast<void***>(object.get());
         return reinterpret_cast<HRESULT(STDMETHODCALLTYPE*)(void*, Value)>(slots[number])(object.get(),
@@ -76,10 +81,8 @@ TEST(Face, SlotsAreWhereTheyArePublished)
     EXPECT_EQ(nothing, nullptr);
 }
 
-TEST(Face, EveryMemberWorksByNameInAnyCase)
+TEST_F(Face, EveryMemberWorksByNameInAnyCase)
 {
-    const Component component;
-    const auto object = component.create();
     for (const Member& member : members) {
         std::vector<std::u16string> names{text::upper(member.name)};
         std::vector<DISPID> expected{member.id};
@@ -112,10 +115,8 @@ TEST(Face, EveryMemberWorksByNameInAnyCase)
 
 // --- Wrong use ---
 
-TEST(Face, WrongUseByNameGetsItsResult)
+TEST_F(Face, WrongUseByNameGetsItsResult)
 {
-    const Component component;
-    const auto object = component.create();
     constexpr WORD method = DISPATCH_METHOD, get = DISPATCH_PROPERTYGET, put = DISPATCH_PROPERTYPUT;
     constexpr UINT untouched = 99;
     Variant number(std::int32_t{70000}), text(u"x");
@@ -169,10 +170,8 @@ TEST(Face, WrongUseByNameGetsItsResult)
     EXPECT_EQ(object->GetIDsOfNames(IID_NULL, names + 1, 1, 0, ids), DISP_E_UNKNOWNNAME);
 }
 
-TEST(Face, NullPointersAreRefused)
+TEST_F(Face, NullPointersAreRefused)
 {
-    const Component component;
-    const auto object = component.create();
     const auto o = object.get();
     Bstr text;
     Variant kind(u"SQL");
@@ -264,7 +263,7 @@ struct Fake : _DispSvr
     HRESULT Load_Messa() override { return E_NOTIMPL; }
 };
 
-TEST(Face, VariablesAreWrittenBack)
+TEST_F(Face, VariablesAreWrittenBack)
 {
     Fake fake;
     Variant result, byValue(u"h"), asVariable(u"h"), number(std::int32_t{5}), addition(u"-b"), nothing(u"");
@@ -287,7 +286,7 @@ TEST(Face, VariablesAreWrittenBack)
     EXPECT_EQ(byValue.toText(), u"h");
 }
 
-TEST(Face, FailuresReachScriptsWithTheirDetails)
+TEST_F(Face, FailuresReachScriptsWithTheirDetails)
 {
     Fake fake;
     Variant result, code(u"A");
@@ -310,7 +309,7 @@ TEST(Face, FailuresReachScriptsWithTheirDetails)
     EXPECT_EQ(GetErrorInfo(0, left.address()), S_FALSE);
 }
 
-TEST(Face, FailureNumbersBecomeResults)
+TEST_F(Face, FailureNumbersBecomeResults)
 {
     const std::pair<std::int32_t, std::uint32_t> cases[] = {{1, 0x800A0001},
                                                             {65535, 0x800AFFFF},
@@ -324,10 +323,8 @@ TEST(Face, FailureNumbersBecomeResults)
 
 // --- Lifetime ---
 
-TEST(Face, InterfacesOfOneObjectShareItsIdentity)
+TEST_F(Face, InterfacesOfOneObjectShareItsIdentity)
 {
-    const Component component;
-    const auto object = component.create();
     ComPtr<IUnknown> identity, other, again;
     ASSERT_EQ(object->QueryInterface(IID_IUnknown, identity.addressVoid()), S_OK);
     for (const IID& iid : {IID_IDispatch, IID__DispSvr, IID_ISupportErrorInfo}) {
@@ -341,9 +338,9 @@ TEST(Face, InterfacesOfOneObjectShareItsIdentity)
     EXPECT_EQ(none, nullptr);
 }
 
-TEST(Face, OnlyAnUnusedComponentCanBeUnloaded)
+TEST_F(Face, OnlyAnUnusedComponentCanBeUnloaded)
 {
-    const Component component;
+    object.reset();
     auto factory = component.factory();
     EXPECT_EQ(component.canUnloadNow(), S_FALSE);
     EXPECT_EQ(factory->LockServer(TRUE), S_OK);
@@ -354,7 +351,7 @@ TEST(Face, OnlyAnUnusedComponentCanBeUnloaded)
     EXPECT_EQ(factory->LockServer(FALSE), E_UNEXPECTED);
     factory.reset();
     EXPECT_EQ(component.canUnloadNow(), S_OK);
-    auto object = component.create();
+    object = component.create();
     EXPECT_EQ(component.canUnloadNow(), S_FALSE);
 
     void *outer = &outer, *iid = &iid, *clsid = &clsid;
@@ -367,30 +364,27 @@ TEST(Face, OnlyAnUnusedComponentCanBeUnloaded)
 }
 
 // Code that runs during a call (here: what counts a reference) may release the client's last reference.
-TEST(Face, AnObjectOutlivesTheCallThatLosesItsLastReference)
+TEST_F(Face, AnObjectOutlivesTheCallThatLosesItsLastReference)
 {
-    const Component component;
-    ComPtr<_DispSvr> last;
     HRESULT canUnload = S_OK;
     Fake fake;
     fake.onAddRef = [&] {
-        last.reset();
+        object.reset();
         canUnload = component.canUnloadNow();
     };
     Variant result;
     ScriptCall byName{zObj, DISPATCH_PROPERTYPUTREF, {of(VT_DISPATCH, &fake)}, {DISPID_PROPERTYPUT}};
     for (const bool slot : {true, false}) {
-        last = component.create();
-        _DispSvr* const object = last.get();
-        EXPECT_EQ(slot ? object->putref_ZObj(&fake) : byName.on(object, result), S_OK);
+        object = component.create();
+        _DispSvr* const called = object.get();
+        EXPECT_EQ(slot ? called->putref_ZObj(&fake) : byName.on(called, result), S_OK);
         EXPECT_EQ(canUnload, S_FALSE) << "alive within the call";
         EXPECT_EQ(component.canUnloadNow(), S_OK) << "gone after it";
     }
 }
 
-TEST(Face, ManyObjectsLeaveNothing)
+TEST_F(Face, ManyObjectsLeaveNothing)
 {
-    const Component component;
     const auto factory = component.factory();
     constexpr std::size_t many = 100'000;
     std::size_t before = 0;
@@ -405,9 +399,8 @@ TEST(Face, ManyObjectsLeaveNothing)
 
 // --- Threads and loading ---
 
-TEST(Face, ThreadsKeepSeparateFailureRecords)
+TEST_F(Face, ThreadsKeepSeparateFailureRecords)
 {
-    const Component component;
     Client desk(component.create());
     VARIANT noType = of(0x0FFF);
     VARIANT_BOOL failed = VARIANT_FALSE;
@@ -425,7 +418,7 @@ TEST(Face, ThreadsKeepSeparateFailureRecords)
     EXPECT_EQ(number, 13);
 }
 
-TEST(Face, ExactlyTheFourEntryPointsAreExported)
+TEST_F(Face, ExactlyTheFourEntryPointsAreExported)
 {
     FILE* const symbols = popen("nm -D --defined-only '" COMPONENT_FILE "'", "r");
     ASSERT_TRUE(symbols);
