@@ -16,6 +16,7 @@ struct Failed
 {
     std::int32_t number = 0;
     std::string source, description;
+    std::int32_t systemError = 0;
     double seconds = 0; // that the step took
 
     bool says(const std::string& text) const { return description.find(text) != std::string::npos; }
@@ -28,7 +29,8 @@ inline Failed failureOf(const std::function<void()>& step)
     try {
         step();
     } catch (const RuntimeError& error) {
-        failed = {error.number, text::toUtf8(error.source), text::toUtf8(error.description)};
+        failed = {error.number, text::toUtf8(error.source), text::toUtf8(error.description),
+                  error.lastDllError};
     }
     failed.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     return failed;

@@ -1,9 +1,8 @@
-// The other end of an exchange: it takes each request file and answers as the case says, on its own thread.
+// The other end of an exchange: it takes each request file and answers as the case says.
 #pragma once
 
 #include <chrono>
 #include <functional>
-#include <stop_token>
 #include <system_error>
 #include <thread>
 
@@ -19,24 +18,19 @@ public:
 
     // `name` without an extension.
     Responder(std::filesystem::path name, const Reply& reply)
-        : thread_([request = name.replace_extension(".CL1"), answer = name.replace_extension(".CL2"),
-                   reply](const std::stop_token& stop) {
-              try {
-                  for (; !stop.stop_requested();
-                       std::this_thread::sleep_for(std::chrono::microseconds(200))) {
-                      const std::string line = read(request);
-                      std::error_code kept; // a request cannot be removed while its writer holds it
-                      // It goes so that an equal request is seen as the next one.
-                      if (line.ends_with("\r\n") && std::filesystem::remove(request, kept))
-                          reply(line.substr(0, line.size() - 2), answer);
-                  }
-              } catch (...) { // the tests find that nobody answers
-              }
-          })
+        : counterpart_(
+              [request = name.replace_extension(".CL1"), answer = name.replace_extension(".CL2"), reply] {
+                  const std::string line = read(request);
+                  std::error_code kept; // a request cannot be removed while its writer holds it
+                  // It goes so that an equal request is seen as the next one.
+                  if (line.ends_with("\r\n") && std::filesystem::remove(request, kept))
+                      reply(line.substr(0, line.size() - 2), answer);
+                  std::this_thread::sleep_for(std::chrono::microseconds(200));
+              })
     {}
 
 private:
-    std::jthread thread_;
+    Counterpart counterpart_;
 };
 
 // Replies.

@@ -194,18 +194,13 @@ TEST(Automation, RefusesWrongUse)
     CLSID clsid;
     void* object = &target;
     const std::tuple<const char*, HRESULT, HRESULT> cases[] = {
-        {"clear null", VariantClear(nullptr), E_INVALIDARG},
-        {"copy from null", VariantCopy(target.address(), nullptr), E_INVALIDARG},
         {"copy to null", VariantCopyInd(nullptr, &number), E_INVALIDARG},
-        {"change null", VariantChangeType(target.address(), nullptr, 0, VT_I4), E_INVALIDARG},
         {"reference to nothing", VariantCopyInd(target.address(), &nowhere), E_INVALIDARG},
         {"clear array", VariantClear(&array), DISP_E_BADVARTYPE},
         {"copy array", VariantCopy(target.address(), &array), DISP_E_BADVARTYPE},
         {"copy onto array", VariantCopy(&array, &number), DISP_E_BADVARTYPE},
         {"change to reference", VariantChangeType(&number, &number, 0, VT_BYREF | VT_I4), DISP_E_BADVARTYPE},
         {"change array", VariantChangeType(target.address(), &array, 0, VT_BSTR), DISP_E_BADVARTYPE},
-        {"error information to null", GetErrorInfo(0, nullptr), E_INVALIDARG},
-        {"new error information to null", CreateErrorInfo(nullptr), E_INVALIDARG},
         {"identifier to null", CLSIDFromString(u"{", nullptr), E_INVALIDARG},
         {"no programmatic identifier", CLSIDFromProgID(nullptr, &clsid), E_INVALIDARG},
         {"not a GUID", CLSIDFromString(u"{00000000-0000-0000-C000-00000000004G}", &clsid), CO_E_CLASSSTRING},

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <thread>
 
 #include "platform/automation/Automation.h"
 
@@ -16,6 +17,24 @@ inline std::size_t openFiles()
     GetProcessHandleCount(GetCurrentProcess(), &count);
     return count;
 }
+
+// Takes turns on a thread of its own, until it is destroyed or a turn throws.
+class Counterpart
+{
+public:
+    explicit Counterpart(std::function<void()> turn)
+        : thread_([turn = std::move(turn)](const std::stop_token& stop) {
+              try {
+                  while (!stop.stop_requested())
+                      turn();
+              } catch (...) { // the tests find that nobody answers
+              }
+          })
+    {}
+
+private:
+    std::jthread thread_;
+};
 
 // Makes `event` a pending event of this thread, a message in its queue: it runs once, when the thread lets
 // its events run.

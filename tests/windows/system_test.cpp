@@ -13,18 +13,6 @@
 namespace vqloan::test {
 namespace {
 
-int numberOf(const std::function<void()>& step, DWORD* systemError = nullptr)
-{
-    try {
-        step();
-        return 0;
-    } catch (const RuntimeError& failure) {
-        if (systemError)
-            *systemError = static_cast<DWORD>(failure.lastDllError);
-        return failure.number;
-    }
-}
-
 TEST(System, FileFailuresAreTheRuntimes)
 {
     const ScratchDirectory directory;
@@ -38,13 +26,8 @@ TEST(System, FileFailuresAreTheRuntimes)
     const auto opens = [&](const char* name) { return [=] { files::openForReading(1, path(name)); }; };
     const auto creates = [&](const char* name) { return [=] { files::openForWriting(1, path(name)); }; };
     const auto removes = [&](const char* name) { return [=] { files::remove(path(name)); }; };
-    struct Case
-    {
-        const char* what;
-        std::function<void()> step;
-        int number;
-        DWORD systemError;
-    } const cases[] = {
+    // What is done, how, the failure's number, the system's.
+    const std::tuple<const char*, std::function<void()>, int, int> cases[] = {
         {"no file", opens("none"), 53, ERROR_FILE_NOT_FOUND},
         {"no directory", opens("none\\x"), 76, ERROR_PATH_NOT_FOUND},
         {"a directory", opens("folder"), 75, ERROR_ACCESS_DENIED},
@@ -58,10 +41,10 @@ TEST(System, FileFailuresAreTheRuntimes)
         {"delete: read-only", removes("fixed"), 75, ERROR_ACCESS_DENIED},
         {"delete: kept by another", removes("held"), 70, ERROR_SHARING_VIOLATION},
     };
-    for (const Case& c : cases) {
-        DWORD systemError = 0;
-        EXPECT_EQ(numberOf(c.step, &systemError), c.number) << c.what;
-        EXPECT_EQ(systemError, c.systemError) << c.what;
+    for (const auto& [what, step, number, systemError] : cases) {
+        const Failed failed = failureOf(step);
+        EXPECT_EQ(failed.number, number) << what;
+        EXPECT_EQ(failed.systemError, systemError) << what;
         files::closeAll();
     }
     EXPECT_FALSE(os::isReadableFile(path("held"))) << "its writer has not let go of it";
