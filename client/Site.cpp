@@ -48,20 +48,20 @@ Site::Site(const fs::path& directory)
     source_ = program::file().parent_path() / componentName;
     if (!fs::exists(source_))
         throw std::runtime_error("there is neither " + component_.string() + " nor " + source_.string());
-    privateDirectory_ = makePrivateDirectory();
-    component_ = privateDirectory_ / componentName;
-    program::removeWhenEnded({component_, privateDirectory_ / settings().filename(),
-                              privateDirectory_ / parameters().filename(), privateDirectory_});
+    private_.directory = makePrivateDirectory();
+    component_ = private_.directory / componentName;
+    program::removeWhenEnded({component_, private_.directory / settings().filename(),
+                              private_.directory / parameters().filename(), private_.directory});
     fs::copy_file(source_, component_);
-    place(settings(), privateDirectory_);
-    place(parameters(), privateDirectory_);
+    place(settings(), private_.directory);
+    place(parameters(), private_.directory);
 }
 
-Site::~Site()
+Site::Private::~Private()
 {
     std::error_code ignored;
-    if (!privateDirectory_.empty())
-        fs::remove_all(privateDirectory_, ignored);
+    if (!directory.empty())
+        fs::remove_all(directory, ignored);
 }
 
 } // namespace vqloan::client

@@ -20,7 +20,6 @@ class Site
 public:
     // An empty directory is that of this program. Throws std::runtime_error when there is no such directory.
     explicit Site(const std::filesystem::path& directory);
-    ~Site();
     Site(const Site&) = delete;
     Site& operator=(const Site&) = delete;
 
@@ -29,13 +28,21 @@ public:
     const std::filesystem::path& component() const noexcept { return component_; }
     // Where that file comes from: the site's own directory, or this program's.
     const std::filesystem::path& source() const noexcept { return source_; }
-    bool ownComponent() const noexcept { return privateDirectory_.empty(); }
+    bool ownComponent() const noexcept { return private_.directory.empty(); }
 
     std::filesystem::path settings() const { return directory_ / "SvrDisp.ini"; }
     std::filesystem::path parameters() const { return directory_ / "CLIENT.PAR"; }
 
 private:
-    std::filesystem::path directory_, privateDirectory_, component_, source_;
+    // Goes with everything in it, also when the rest of a site cannot be made.
+    struct Private
+    {
+        ~Private();
+        std::filesystem::path directory; // empty: there is none
+    };
+
+    Private private_;
+    std::filesystem::path directory_, component_, source_;
 };
 
 } // namespace vqloan::client
