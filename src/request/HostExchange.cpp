@@ -55,13 +55,8 @@ void HostExchange::send(std::u16string_view line)
 
 HostExchange::Look HostExchange::look()
 {
-    if (!files::exists(answerFile_))
+    if (!files::tryOpenForReading(fileNo, answerFile_))
         return Look::notThere;
-    try {
-        files::openForReading(fileNo, answerFile_);
-    } catch (const RuntimeError&) {
-        return Look::notThere;
-    }
     Look found = Look::answered;
     try {
         answer_ = files::readLine(fileNo);

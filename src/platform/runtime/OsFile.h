@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 namespace vqloan::os {
 
@@ -36,8 +37,12 @@ public:
     // first read.
     File(std::u16string_view path, Mode mode);
     ~File();
-    File(const File&) = delete;
-    File& operator=(const File&) = delete;
+    File(File&& other) noexcept : handle_(std::exchange(other.handle_, noHandle)) {}
+    File& operator=(File&&) = delete;
+
+    // Opens for reading; nothing where that fails. For what is looked for again and again, where a failure
+    // each time would cost more than the look.
+    static std::optional<File> tryOpen(std::u16string_view path);
 
     // Number of bytes read; 0 at the end of the file.
     std::size_t read(char* buffer, std::size_t size);
@@ -48,6 +53,9 @@ public:
     FileState state() const;
 
 private:
+    static constexpr std::intptr_t noHandle = -1;
+    explicit File(std::intptr_t handle) noexcept : handle_(handle) {}
+
     std::intptr_t handle_;
 };
 

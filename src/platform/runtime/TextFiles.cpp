@@ -20,7 +20,7 @@ constexpr std::size_t writeSize = 64 * 1024; // as much as is kept back
 class TextFile
 {
 public:
-    TextFile(std::u16string_view path, os::File::Mode mode) : file_(path, mode), mode_(mode)
+    TextFile(os::File file, os::File::Mode mode) : file_(std::move(file)), mode_(mode)
     {
         // Read here already: a directory opens like a file and fails only now.
         if (mode == os::File::Mode::Read)
@@ -125,13 +125,18 @@ OpenFiles& openFiles()
     return perThread<OpenFiles>();
 }
 
-void open(std::int32_t number, std::u16string_view path, os::File::Mode mode)
+void requireFree(std::int32_t number)
 {
     if (number < 1 || number > highestNumber)
         throw RuntimeError(Failure::BadFileNumber);
     if (openFiles().contains(number))
         throw RuntimeError(Failure::FileAlreadyOpen);
-    openFiles().try_emplace(number, path, mode);
+}
+
+void open(std::int32_t number, std::u16string_view path, os::File::Mode mode)
+{
+    requireFree(number);
+    openFiles().try_emplace(number, os::File(path, mode), mode);
 }
 
 TextFile& fileOf(std::int32_t number)
@@ -157,6 +162,17 @@ std::int32_t freeNumber()
 void openForReading(std::int32_t number, std::u16string_view path)
 {
     open(number, path, os::File::Mode::Read);
+}
+
+bool tryOpenForReading(std::int32_t number, std::u16string_view path) noexcept
+{
+    try {
+        requireFree(number);
+        std::optional<os::File> file = os::File::tryOpen(path);
+        return file && openFiles().try_emplace(number, std::move(*file), os::File::Mode::Read).second;
+    } catch (...) {
+        return false;
+    }
 }
 
 void openForWriting(std::int32_t number, std::u16string_view path)
@@ -198,11 +214,6 @@ void closeAll() noexcept
             continue;
         }
     }
-}
-
-bool exists(std::u16string_view path)
-{
-    return os::stateOf(path).has_value();
 }
 
 void remove(std::u16string_view path)

@@ -16,6 +16,9 @@ namespace vqloan::files {
 std::int32_t freeNumber();
 
 void openForReading(std::int32_t number, std::u16string_view path);
+// False where that fails: for what is looked for again and again, where a failure each time would cost more
+// than the look.
+bool tryOpenForReading(std::int32_t number, std::u16string_view path) noexcept;
 // Creates the file, or empties one that exists.
 void openForWriting(std::int32_t number, std::u16string_view path);
 
@@ -31,10 +34,6 @@ void writeLine(std::int32_t number, std::u16string_view line);
 void close(std::int32_t number);
 // Closes every file of the thread; failures are ignored.
 void closeAll() noexcept;
-
-// Whether anything of that name is there, at the price of one system call: for what is looked at again and
-// again, where a failure each time would cost more than the look.
-bool exists(std::u16string_view path);
 
 // Deletes a file: 53, 70, 75, 76.
 void remove(std::u16string_view path);

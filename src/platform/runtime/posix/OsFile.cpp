@@ -106,19 +106,34 @@ int descriptor(std::intptr_t handle)
     return static_cast<int>(handle);
 }
 
+// Negative where it fails.
+int open(const std::string& native, File::Mode mode)
+{
+    // O_NONBLOCK means nothing for a regular file; without it a FIFO under that name would hang the caller.
+    const int flags = O_CLOEXEC | O_NOCTTY | O_NONBLOCK |
+                      (mode == File::Mode::Write ? O_WRONLY | O_CREAT | O_TRUNC : O_RDONLY);
+    int opened;
+    do
+        opened = ::open(native.c_str(), flags, 0666);
+    while (opened < 0 && errno == EINTR);
+    return opened;
+}
+
 } // namespace
 
 File::File(std::u16string_view path, Mode mode)
 {
     const std::string native = nativePath(path);
-    // O_NONBLOCK means nothing for a regular file; without it a FIFO under that name would hang the caller.
-    const int flags =
-        O_CLOEXEC | O_NOCTTY | O_NONBLOCK | (mode == Mode::Write ? O_WRONLY | O_CREAT | O_TRUNC : O_RDONLY);
-    do
-        handle_ = ::open(native.c_str(), flags, 0666);
-    while (handle_ < 0 && errno == EINTR);
+    handle_ = open(native, mode);
     if (handle_ < 0)
         failOnPath(native);
+}
+
+std::optional<File> File::tryOpen(std::u16string_view path)
+{
+    const std::string native = text::toUtf8(path);
+    const int opened = isNamable(native) ? open(native, Mode::Read) : -1;
+    return opened < 0 ? std::nullopt : std::optional(File(std::intptr_t{opened}));
 }
 
 File::~File()
@@ -153,7 +168,7 @@ void File::close()
 {
     // Never tried again: an interrupted close has closed all the same, and the number may be another file's
     // by now.
-    if (::close(descriptor(std::exchange(handle_, -1))) != 0 && errno != EINTR)
+    if (::close(descriptor(std::exchange(handle_, noHandle))) != 0 && errno != EINTR)
         failOnDevice();
 }
 

@@ -12,7 +12,6 @@
 namespace vqloan::os {
 namespace {
 
-constexpr std::intptr_t noHandle = -1;
 HANDLE system(std::intptr_t handle)
 {
     return reinterpret_cast<HANDLE>(handle);
@@ -66,6 +65,15 @@ std::u16string nativePath(std::u16string_view path)
 
 // Others may read and write the file meanwhile, not delete it.
 constexpr DWORD shared = FILE_SHARE_READ | FILE_SHARE_WRITE;
+
+// INVALID_HANDLE_VALUE, which is File's noHandle, where it fails.
+std::intptr_t open(const std::u16string& native, File::Mode mode)
+{
+    const bool writes = mode == File::Mode::Write;
+    return reinterpret_cast<std::intptr_t>(
+        CreateFileW(toOle(native.c_str()), writes ? GENERIC_WRITE : GENERIC_READ, shared, nullptr,
+                    writes ? CREATE_ALWAYS : OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+}
 
 // A file opened for a moment's look.
 class Glimpse
@@ -125,13 +133,16 @@ DWORD atMost(std::size_t size)
 File::File(std::u16string_view path, Mode mode)
 {
     const std::u16string native = nativePath(path);
-    const bool writes = mode == Mode::Write;
-    const HANDLE opened =
-        CreateFileW(toOle(native.c_str()), writes ? GENERIC_WRITE : GENERIC_READ, shared, nullptr,
-                    writes ? CREATE_ALWAYS : OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (opened == INVALID_HANDLE_VALUE)
+    handle_ = open(native, mode);
+    if (handle_ == noHandle)
         fail(Failure::PathFileAccessError);
-    handle_ = reinterpret_cast<std::intptr_t>(opened);
+}
+
+std::optional<File> File::tryOpen(std::u16string_view path)
+{
+    const bool isNamable = path.find(u'\0') == path.npos;
+    const std::intptr_t opened = isNamable ? open(std::u16string(path), Mode::Read) : noHandle;
+    return opened == noHandle ? std::nullopt : std::optional(File(opened));
 }
 
 File::~File()
