@@ -52,11 +52,17 @@ TEST(TextFiles, EveryFailureHasItsNumber)
     for (const auto& [name, step, failure] : cases)
         EXPECT_EQ(failureOf(step).number, failure) << name;
 
-    if (::geteuid() != 0) { // root may do everything
-        std::filesystem::permissions(scratch / "f", std::filesystem::perms::none);
-        EXPECT_EQ(failureOf(reading(file)).number, 70);
-        EXPECT_EQ(failureOf(writing(file)).number, 70);
-    }
+    using std::filesystem::perms;
+    const std::function<void()> denied[] = {reading(file), writing(file), writing(scratch.file("new")),
+                                            removing(file)};
+    permissions(scratch / "f", perms::none);
+    permissions(scratch.path(), perms::owner_read | perms::owner_exec | perms::others_exec);
+    const uid_t user = ::geteuid();
+    ASSERT_EQ(::seteuid(user == 0 ? 65534 : user), 0); // root may do everything
+    for (const auto& step : denied)
+        EXPECT_EQ(failureOf(step).number, 70);
+    ASSERT_EQ(::seteuid(user), 0);
+    permissions(scratch.path(), perms::owner_all);
     rlimit limit{};
     ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
     const rlimit exhausted{3, limit.rlim_max};
