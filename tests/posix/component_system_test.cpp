@@ -1,0 +1,44 @@
+// The component's file, as this system's own tools see it.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include <malloc.h>
+
+#include "Component.h"
+
+namespace vqloan::test {
+namespace {
+
+TEST(Component, ManyObjectsLeaveNothing)
+{
+    const Component component;
+    const auto factory = component.factory();
+    constexpr std::size_t many = 100'000;
+    std::size_t before = 0;
+    for (std::size_t i = 0; i < many; ++i) {
+        if (i == 1000)
+            before = mallinfo2().uordblks;
+        ComPtr<_DispSvr> object;
+        ASSERT_EQ(factory->CreateInstance(nullptr, IID__DispSvr, object.addressVoid()), S_OK);
+    }
+    EXPECT_LT(mallinfo2().uordblks, before + many) << "less than a byte each";
+}
+
+TEST(Component, ExactlyTheFourEntryPointsAreExported)
+{
+    FILE* const symbols = popen("nm -D --defined-only '" COMPONENT_FILE "'", "r");
+    ASSERT_TRUE(symbols);
+    std::vector<std::string> names;
+    char address[64], type[8], name[512];
+    while (std::fscanf(symbols, "%63s %7s %511s", address, type, name) == 3)
+        names.emplace_back(name);
+    pclose(symbols);
+    EXPECT_EQ(names, (std::vector<std::string>{"DllCanUnloadNow", "DllGetClassObject", "DllRegisterServer",
+                                               "DllUnregisterServer"}));
+}
+
+} // namespace
+} // namespace vqloan::test
