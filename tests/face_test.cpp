@@ -213,13 +213,13 @@ struct Fake : _DispSvr
         const std::u16string changed = std::u16string(viewOf(*text)).append(more);
         SysReAllocStringLen(text, toOle(changed.data()), static_cast<UINT>(changed.size()));
     }
-    HRESULT VisNre(BSTR* Handle, BSTR* Bid, BSTR Buf, BSTR*) override
+    HRESULT STDMETHODCALLTYPE VisNre(BSTR* Handle, BSTR* Bid, BSTR Buf, BSTR*) override
     {
         append(Handle, u"+");
         append(Bid, viewOf(Buf));
         return S_OK;
     }
-    HRESULT TestCodBib(BSTR* CodBib, BSTR*) override
+    HRESULT STDMETHODCALLTYPE TestCodBib(BSTR* CodBib, BSTR*) override
     {
         append(CodBib, u"!");
         RuntimeError failure(Failure::FileNotFound);
@@ -228,37 +228,40 @@ struct Fake : _DispSvr
         failure.helpContext = 12;
         return reportFailure(failure, IID__DispSvr);
     }
-    ULONG AddRef() override
+    ULONG STDMETHODCALLTYPE AddRef() override
     {
         onAddRef();
         return 2;
     }
-    HRESULT Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* given, VARIANT* result,
-                   EXCEPINFO* exception, UINT* inError) override
+    HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* given, VARIANT* result,
+                                     EXCEPINFO* exception, UINT* inError) override
     {
         return invokeMember(*this, id, flags, *given, result, exception, inError);
     }
 
-    ULONG Release() override { return 1; }
-    HRESULT QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
-    HRESULT GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
-    HRESULT GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
-    HRESULT GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
-    HRESULT get_BibPosse(BSTR*) override { return E_NOTIMPL; }
-    HRESULT put_BibPosse(BSTR) override { return E_NOTIMPL; }
-    HRESULT get_DBType(SHORT*) override { return E_NOTIMPL; }
-    HRESULT put_DBType(SHORT) override { return E_NOTIMPL; }
-    HRESULT OpenDatabase(VARIANT*, VARIANT_BOOL*) override { return E_NOTIMPL; }
-    HRESULT ShutDown() override { return E_NOTIMPL; }
-    HRESULT ErrNumber(LONG*) override { return E_NOTIMPL; }
-    HRESULT InitLoans(BSTR*) override { return E_NOTIMPL; }
-    HRESULT LastError(VARIANT*, VARIANT*, VARIANT*, VARIANT*, VARIANT*, VARIANT*) override
+    ULONG STDMETHODCALLTYPE Release() override { return 1; }
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
+    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override
     {
         return E_NOTIMPL;
     }
-    HRESULT get_ZObj(IDispatch**) override { return E_NOTIMPL; }
-    HRESULT putref_ZObj(IDispatch*) override { return E_NOTIMPL; }
-    HRESULT Load_Messa() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE get_BibPosse(BSTR*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE put_BibPosse(BSTR) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE get_DBType(SHORT*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE put_DBType(SHORT) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE OpenDatabase(VARIANT*, VARIANT_BOOL*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE ShutDown() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE ErrNumber(LONG*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE InitLoans(BSTR*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE LastError(VARIANT*, VARIANT*, VARIANT*, VARIANT*, VARIANT*, VARIANT*) override
+    {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE get_ZObj(IDispatch**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE putref_ZObj(IDispatch*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Load_Messa() override { return E_NOTIMPL; }
 };
 
 TEST_F(Face, VariablesAreWrittenBack)

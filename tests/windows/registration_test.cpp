@@ -16,6 +16,8 @@
 namespace vqloan::test {
 namespace {
 
+constexpr bool is64Bit = sizeof(void*) == 8;
+
 // The output of a command, and what it ended with.
 std::pair<std::string, int> run(const std::wstring& command)
 {
@@ -130,8 +132,8 @@ TEST_F(Registered, EachApartmentHasItsOwn)
     const wchar_t neutral[] = L"Software\\Classes\\TypeLib\\{8799B811-FC05-11D2-B120-00A024677534}\\4.0\\0";
     std::wstring file(MAX_PATH, L'\0');
     file.resize(GetShortPathNameW(component.c_str(), file.data(), MAX_PATH));
-    RegSetKeyValueW(HKEY_LOCAL_MACHINE, (std::wstring(neutral) + L"\\win64").c_str(), nullptr, REG_SZ,
-                    file.c_str(), static_cast<DWORD>((file.size() + 1) * sizeof(wchar_t)));
+    RegSetKeyValueW(HKEY_LOCAL_MACHINE, (std::wstring(neutral) + (is64Bit ? L"\\win64" : L"\\win32")).c_str(),
+                    nullptr, REG_SZ, file.c_str(), static_cast<DWORD>((file.size() + 1) * sizeof(wchar_t)));
 
     IStream* stream = nullptr;
     ASSERT_EQ(CoMarshalInterThreadInterfaceInStream(IID__DispSvr, desk.object.get(), &stream), S_OK);
@@ -253,7 +255,7 @@ TEST_F(Registered, TheTypeLibrarySaysWhatTheObjectDoes)
 {
     ComPtr<ITypeLib> library;
     ASSERT_EQ(LoadRegTypeLib(LIBID_VQLoan, 4, 0, 0x0409, library.address()), S_OK);
-    expectOurs(library, SYS_WIN64);
+    expectOurs(library, is64Bit ? SYS_WIN64 : SYS_WIN32);
 
     ComPtr<ITypeInfo> info;
     TYPEATTR* type = nullptr;
