@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
 #include <map>
 #include <string>
 #include <vector>
@@ -31,7 +32,12 @@ public:
                 seconds_[name.substr(0, slash)][name.substr(slash + 1)].push_back(
                     items == run.counters.end() ? seconds : 1 / items->second.value);
         }
-        ConsoleReporter::ReportRuns(runs);
+        std::vector<Run> summary;
+        std::ranges::copy_if(runs, std::back_inserter(summary), [](const Run& run) {
+            return run.run_type == Run::RT_Aggregate || run.error_occurred;
+        });
+        if (!summary.empty())
+            ConsoleReporter::ReportRuns(summary);
     }
 
     void Finalize() override
@@ -55,13 +61,23 @@ private:
     std::map<std::string, std::map<std::string, std::vector<double>>> seconds_;
 };
 
-// For main: options of Google Benchmark may follow; without any, each figure is taken nine times.
-inline int run(int argc, char** argv)
+// How often each figure is taken, and for how many seconds.
+struct Repetitions
+{
+    const char* count;
+    const char* seconds;
+};
+inline constexpr Repetitions fewLong{"9", "0.1"};
+// For work that other processes and devices have a part in: the median of many is not moved by their moods.
+inline constexpr Repetitions manyShort{"301", "0.005"};
+
+// For main: options of Google Benchmark may follow, and count more.
+inline int run(int argc, char** argv, const Repetitions& repetitions = fewLong)
 {
     std::vector<std::string> words(argv, argv + argc);
-    words.insert(words.begin() + 1,
-                 {"--benchmark_repetitions=9", "--benchmark_enable_random_interleaving=true",
-                  "--benchmark_min_time=0.1"});
+    words.insert(words.begin() + 1, {std::string("--benchmark_repetitions=") + repetitions.count,
+                                     "--benchmark_enable_random_interleaving=true",
+                                     std::string("--benchmark_min_time=") + repetitions.seconds});
     std::vector<char*> arguments;
     for (std::string& word : words)
         arguments.push_back(word.data());

@@ -1,7 +1,7 @@
 // One exchanged copy beside a bare loop that makes the same system calls. The other end answers at once, in
 // this process: it links a prepared answer file to the name that is looked for.
-// The files lie in the directory for temporary files. A disk's file system takes most of the time there, and
-// never the same; one in memory gives steady figures: TMPDIR=/dev/shm.
+// The files lie in the directory for temporary files: on a disk that takes most of the time, in memory
+// (TMPDIR=/dev/shm) little.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -135,5 +135,5 @@ int main(int argc, char** argv)
     benchmark::RegisterBenchmark("SQL, one copy exchanged/bare", gatewayBare);
     benchmark::RegisterBenchmark("7000, one copy exchanged/real", hostReal);
     benchmark::RegisterBenchmark("7000, one copy exchanged/bare", hostBare);
-    return bench::run(argc, argv);
+    return bench::run(argc, argv, bench::manyShort);
 }
