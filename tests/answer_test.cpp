@@ -127,33 +127,68 @@ struct GroupAsText
     }
 };
 
-TEST(OtherGroup, PlacesAndFailsAsTheTextWould)
+// A group, and the text that it stands for.
+class OtherGroups : public testing::Test
+{
+protected:
+    // Gives the failure of both.
+    std::int32_t place(const std::u16string& key, const std::u16string& line, int n)
+    {
+        const std::int32_t expected = failureOf([&] { reference.place(key, line, n); }).number;
+        EXPECT_EQ(failureOf([&] { group.insert(group.search(key, n), line); }).number, expected) << n;
+        return expected;
+    }
+    void expectSameText()
+    {
+        std::u16string text;
+        group.appendTo(text);
+        ASSERT_TRUE(text == reference.text); // too long to be shown
+        ASSERT_EQ(group.size(), text.size());
+        group = {};
+        reference = {};
+    }
+
+    OtherGroup group;
+    GroupAsText reference;
+};
+
+TEST_F(OtherGroups, PlaceAndFailAsTheTextWould)
 {
     std::mt19937 random(20);
     int overflows = 0;
     for (int round = 0; round < 10; ++round) {
-        OtherGroup group;
-        GroupAsText reference;
         const int keys = 1 + round % 7;
         const std::size_t longest = 500 + static_cast<std::size_t>(random() % 3000);
-        for (int n = 1, own = 0; n < 150; ++n) {
-            if (random() % 10 == 0 && ++own) // an own-library line counts, but goes elsewhere
+        for (int n = 1; n < 150; ++n) {
+            if (random() % 10 == 0) // an own-library line counts, but goes elsewhere
                 continue;
-            const std::u16string key(1, static_cast<char16_t>(u'a' + random() % static_cast<unsigned>(keys)));
-            const bool failed = random() % 20 == 0; // keeps its place, but begins with another field
+            const std::u16string key(1, static_cast<char16_t>(u'A' + random() % static_cast<unsigned>(keys)));
+            // Keeps its place, but begins with another field.
+            const bool failed = round % 2 == 1 && random() % 20 == 0;
             const std::u16string line =
                 (failed ? u"Codice Bibl. " + key : key) + u"\t" + std::u16string(random() % longest, u'.');
-            const int expected = failureOf([&] { reference.place(key, line, n); }).number;
-            ASSERT_EQ(failureOf([&] { group.insert(group.search(key, n), line); }).number, expected)
-                << round << ":" << n;
-            overflows += expected == 6;
+            overflows += place(key, line, n) == 6;
         }
-        std::u16string text;
-        group.appendTo(text);
-        ASSERT_EQ(text, reference.text) << round;
-        ASSERT_EQ(group.size(), text.size());
+        expectSameText();
     }
     EXPECT_GT(overflows, 50);
+}
+
+TEST_F(OtherGroups, FailAtTheSamePosition)
+{
+    int overflows = 0;
+    for (const char16_t* second : {u"B", u"A"}) // the latter out of order, as a failed line may stand
+        for (const char16_t* key : {u"B", u"AB"})
+            for (std::size_t size = 32755; size < 32775; ++size)
+                for (int n = 3; n < 6; ++n) {
+                    const std::u16string first = u"B\tx";
+                    place(u"B", first, 1);
+                    place(u"B", second + std::u16string(size - first.size() - 4 - 1, u'\t'), 2);
+                    overflows += place(key, std::u16string(key) + u"\ty", n) == 6;
+                    overflows += place(u"B", u"B\tz", n + 1) == 6;
+                    expectSameText();
+                }
+    EXPECT_GT(overflows, 100);
 }
 
 } // namespace

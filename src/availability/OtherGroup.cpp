@@ -1,6 +1,7 @@
 #include "availability/OtherGroup.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace vqloan {
@@ -14,6 +15,13 @@ constexpr std::size_t lastPosition = 32767;
 
 OtherGroup::Place OtherGroup::search(std::u16string_view key, Int16 n) const
 {
+    if (ascending_ && !near_.empty() && key >= near_.back().key() && n > std::ssize(near_)) {
+        // Behind all of them. Instead of walking there, look how far it is: to the last one's CR LF, or behind
+        // it where a further line is looked for.
+        const bool looksFurther = n > std::ssize(near_) + 1;
+        [[maybe_unused]] const Int16 position = looksFurther ? nearSize_ + 1 : nearSize_ - 1;
+        return near_.end();
+    }
     Int16 k = 1;
     Int16 start = 1; // where line k begins
     for (auto line = near_.begin(); k < n && line != near_.end(); ++line) {
@@ -30,7 +38,9 @@ void OtherGroup::insert(Place place, std::u16string line)
 {
     const std::size_t size = line.size() + lineEnd.size();
     const std::size_t firstField = std::min(line.find(u'\t'), line.size());
-    near_.insert(place, Line{std::move(line), firstField});
+    const auto inserted = near_.insert(place, Line{std::move(line), firstField});
+    ascending_ = ascending_ && (inserted == near_.begin() || std::prev(inserted)->key() <= inserted->key()) &&
+                 (place == near_.end() || inserted->key() <= place->key());
     nearSize_ += size;
     size_ += size;
     for (;;) {

@@ -32,6 +32,7 @@ public:
     // code; behind all when there is none. `n` is the number of the request line, which counts the
     // own-library lines too.
     Place search(std::u16string_view key, Int16 n) const;
+    // At a place that was searched for.
     void insert(Place place, std::u16string line);
     // Behind everything, for back ends whose lines are not ordered.
     void append(std::u16string_view line);
@@ -42,6 +43,7 @@ public:
 private:
     std::list<Line> near_; // begin at a position up to 32,767
     std::size_t nearSize_ = 0;
+    bool ascending_ = true;           // by their keys; a failed line keeps its place and has another key
     std::vector<std::u16string> far_; // begin further on, the last one first
     std::u16string unordered_;
     std::size_t size_ = 0; // of the whole text
