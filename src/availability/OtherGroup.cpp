@@ -16,8 +16,8 @@ constexpr std::size_t lastPosition = 32767;
 OtherGroup::Place OtherGroup::search(std::u16string_view key, Int16 n) const
 {
     if (ascending_ && !near_.empty() && key >= near_.back().key() && n > std::ssize(near_)) {
-        // Behind all of them. Instead of walking there, look how far it is: to the last one's CR LF, or behind
-        // it where a further line is looked for.
+        // Behind all of them. Instead of walking there, look how far it is: to the last one's CR LF, or
+        // behind it where a further line is looked for.
         const bool looksFurther = n > std::ssize(near_) + 1;
         [[maybe_unused]] const Int16 position = looksFurther ? nearSize_ + 1 : nearSize_ - 1;
         return near_.end();
