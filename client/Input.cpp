@@ -12,15 +12,14 @@ namespace {
 // A directory, among others, opens and then fails to be read.
 std::string readAll(std::istream& in, const std::string& name)
 {
-    bool failed = !in;
+    const bool isOpen = static_cast<bool>(in);
     std::string all;
     char piece[64 * 1024];
     while (in.read(piece, sizeof piece), in.gcount() > 0)
         all.append(piece, static_cast<std::size_t>(in.gcount()));
-    failed = failed || in.bad();
-    if (&in == &std::cin) // one that fails looks like one that has ended
-        failed = failed || std::ferror(stdin) != 0;
-    if (failed)
+    // A standard input that fails looks like one that has ended; only C's own stream tells.
+    const bool inputFailed = &in == &std::cin && std::ferror(stdin);
+    if (!isOpen || in.bad() || inputFailed)
         throw std::runtime_error("cannot read " + name);
     return all;
 }
