@@ -15,6 +15,7 @@
 #include "Settings.h"
 #include "config/Placeholders.h"
 #include "external/Ado.h"
+#include "platform/ado/Passwords.h"
 #include "platform/runtime/Numbers.h"
 #include "platform/runtime/RuntimeError.h"
 #include "platform/runtime/Text.h"
@@ -24,8 +25,6 @@ namespace fs = std::filesystem;
 namespace vqloan::client {
 
 namespace {
-
-using settings::placeholderSign;
 
 std::u16string inQuotes(std::u16string_view text)
 {
@@ -116,21 +115,6 @@ void appendTo(std::u16string& list, std::u16string_view item)
     list += item;
 }
 
-// A connection text with its passwords made unreadable; placeholders stay names.
-std::u16string withoutPasswords(const std::u16string& connection)
-{
-    std::u16string shown;
-    for (const auto& part : split(connection, u";")) {
-        const auto sign = part.find(u'=');
-        const std::u16string key = text::upper(text::trim(std::u16string_view(part).substr(0, sign)));
-        const bool secret = sign != part.npos && (key == u"PASSWORD" || key == u"PWD");
-        if (!shown.empty())
-            shown += u';';
-        shown += secret ? part.substr(0, sign + 1).append(u"********") : part;
-    }
-    return shown;
-}
-
 class Checker
 {
 public:
@@ -174,10 +158,10 @@ private:
             const auto written = settings_.find(key.section, key.key);
             const std::u16string value = written.value_or(key.byDefault);
             std::u16string shown = value;
-            if (key.form == Form::secret && !value.empty() && value.front() != placeholderSign)
-                shown = u"********";
+            if (key.form == Form::secret)
+                shown = ado::shownPassword(value);
             if (key.form == Form::connection)
-                shown = withoutPasswords(value);
+                shown = ado::withoutPasswords(value);
             report_.fact(
                 {text::fromUtf8(key.section), text::fromUtf8(key.key), shown, written ? u"" : u"default"});
 
@@ -190,18 +174,18 @@ private:
                 report_.finding(name + u" is no position: " + inQuotes(value) + u".",
                                 u"Write START or START,LENGTH, each at most 32767.");
             if (key.form == Form::connection || key.form == Form::text || key.form == Form::secret)
-                placeholders(name, value, key.form == Form::connection);
+                placeholders(name, value, shown, key.form == Form::connection);
         }
     }
 
-    void placeholders(const std::u16string& setting, const std::u16string& value, bool anywhere)
+    void placeholders(const std::u16string& setting, const std::u16string& value, const std::u16string& shown,
+                      bool anywhere)
     {
         std::u16string resolved = value;
         if (setting == u"[CONFIG] PATH" ||
             (anywhere ? settings::resolveAll(resolved) : settings::resolveWhole(resolved)))
             return;
-        report_.finding(setting + u" has a placeholder that cannot be resolved: " + withoutPasswords(value) +
-                            u".",
+        report_.finding(setting + u" has a placeholder that cannot be resolved: " + shown + u".",
                         u"Set the environment variable of that name for the client's process.");
     }
 
@@ -252,7 +236,6 @@ private:
         try {
             connected->Open(connection, user, user.empty() ? std::u16string() : password, -1);
         } catch (const RuntimeError&) {
-            // Its text may hold what a placeholder stands for; the component's record, shown below, does not.
             report_.finding(u"The database does not open: see the recorded failure.",
                             u"Check [SERVER] CONNECT, that the database runs, and the user's rights.");
             return;

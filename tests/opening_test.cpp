@@ -93,21 +93,31 @@ TEST_F(Opening, FailuresAndWhatTheyLeave)
     }
 }
 
-TEST_F(Opening, NoSecretIsRecorded)
+TEST_F(Opening, NoPasswordIsRecordedAndNothingElseIsHidden)
 {
     setenv("VQLOAN_TEST_SECRET", "hunter2", 1);
-    setenv("VQLOAN_TEST_WHERE", "/nowhere/secretplace.db", 1);
+    setenv("VQLOAN_TEST_USER", "Fil", 1);
     for (const char* keys :
-         {"CONNECT=Provider=SQLite;Data Source=§VQLOAN_TEST_WHERE§;Password=§VQLOAN_TEST_SECRET§\n",
+         {"CONNECT=Provider=SQLite;Data Source=/none;Password=§VQLOAN_TEST_SECRET§\n",
           "CONNECT=Provider=§VQLOAN_TEST_SECRET§\n",
           "CONNECT=Provider=SQLite;Data Source=/none;§VQLOAN_TEST_SECRET§\n",
+          "CONNECT=Provider=SQLite;Data Source=/none;PWD=a§hunter2;Server=§VQLOAN_TEST_SECRET§\n",
+          "CONNECT=Driver=hunter2;PWD=hunter2\n", "CONNECT=DSN=none\nUSERNAME=u\nPASSWORD=§hunter2\n",
+          "CONNECT=DSN=none\nUSERNAME=u\nPASSWORD=§hun§ter2\n",
           "CONNECT=Provider=SQLite;Data Source=/none\nUSERNAME=u\nPASSWORD=§VQLOAN_TEST_SECRET§\n"}) {
         site.settings("[SERVER]\n" + std::string(keys));
         Client client = site.client();
         EXPECT_TRUE(client.open("SQL2"));
         const Failed failure = client.failure();
-        EXPECT_FALSE(failure.says("hunter2") || failure.says("secretplace")) << failure.description;
+        EXPECT_NE(failure.description, "");
+        EXPECT_FALSE(failure.says("hunter2")) << keys << failure.description;
     }
+    site.settings("[SERVER]\nCONNECT=Provider=SQLite;Data Source=/none\nUSERNAME=§VQLOAN_TEST_USER§\n"
+                  "PASSWORD=§VQLOAN_TEST_USER§\n");
+    Client client = site.client();
+    EXPECT_TRUE(client.open("SQL2"));
+    EXPECT_TRUE(client.open("7000"));
+    EXPECT_EQ(client.failure().description, "File not found");
 }
 
 TEST_F(Opening, LibraryLines)

@@ -1,5 +1,6 @@
 #include "config/Placeholders.h"
 
+#include "component/RecordError.h"
 #include "external/SysTools.h"
 
 namespace vqloan::settings {
@@ -25,10 +26,17 @@ bool resolveWhole(std::u16string& text)
 {
     if (text.empty() || text.front() != placeholderSign)
         return true;
+    const bool isWhole = text.find(placeholderSign, 1) == text.size() - 1;
     text.erase(0, 1);
     std::u16string marker(1, placeholderSign);
     sysTools().StripChar(text, marker);
-    return !sysTools().ResolvePlaceholder(text);
+    if (!sysTools().ResolvePlaceholder(text))
+        return true;
+    // What was taken for a name may be a password that happens to begin so: the record forgets it.
+    if (!isWhole)
+        RecordError({.Description = u"A value that begins with \u00A7 is no placeholder \u00A7NAME\u00A7"},
+                    recording::asGiven);
+    return false;
 }
 
 } // namespace vqloan::settings

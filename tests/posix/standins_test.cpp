@@ -148,16 +148,6 @@ TEST_F(StandIns, PlaceholderValuesComeFromTheEnvironment)
     EXPECT_TRUE(record().ends_with("|VQLoan.SvrODBC.OpenDatabase, 0")) << record();
 }
 
-TEST_F(StandIns, PlaceholderValuesAreMaskedInWhatIsRecorded)
-{
-    ::setenv("VQ_USER", "pat", 1);
-    ::setenv("VQ_PASSWORD", "pattern*", 1);
-    resolve(u"VQ_USER");
-    resolve(u"VQ_PASSWORD");
-    store({.Number = std::int32_t{1}, .Description = u"user pat, password pattern*; *"}, 0);
-    EXPECT_EQ(record(), "1|user ***, password ***; *|");
-}
-
 TEST_F(StandIns, TheRecordHoldsTheDetailsOfTheLastOne)
 {
     EXPECT_EQ(record(), "0||");

@@ -1,6 +1,7 @@
 #include "platform/ado/AdoConnection.h"
 
 #include "platform/ado/AdoFailure.h"
+#include "platform/ado/Passwords.h"
 #include "platform/runtime/Text.h"
 
 namespace vqloan {
@@ -20,7 +21,7 @@ std::shared_ptr<Session> openSession(const OpenRequest& request)
     if (provider && text::equalsIgnoringCase(*provider, u"SQLite"))
         return openSqlite(request);
     if (provider && !text::equalsIgnoringCase(*provider, u"MSDASQL"))
-        throw ado::providerNotFound(*provider);
+        throw ado::providerNotFound();
     if (provider || request.connection.find(u"DSN") || request.connection.find(u"Driver"))
         return openOdbc(request);
     throw RuntimeError(
@@ -34,8 +35,8 @@ std::shared_ptr<Session> openSession(const OpenRequest& request)
 #ifndef VQLOAN_WITH_SQLITE
 std::shared_ptr<Session> openSqlite(const OpenRequest&)
 {
-    RuntimeError error = ado::providerNotFound(u"SQLite");
-    error.description += u". This build has no SQLite.";
+    RuntimeError error = ado::providerNotFound();
+    error.description += u" This build has no SQLite.";
     throw error;
 }
 #endif
@@ -43,8 +44,8 @@ std::shared_ptr<Session> openSqlite(const OpenRequest&)
 #ifndef VQLOAN_WITH_ODBC
 std::shared_ptr<Session> openOdbc(const OpenRequest&)
 {
-    RuntimeError error = ado::providerNotFound(u"MSDASQL");
-    error.description += u". This build has no ODBC.";
+    RuntimeError error = ado::providerNotFound();
+    error.description += u" This build has no ODBC.";
     throw error;
 }
 #endif
@@ -78,7 +79,12 @@ void AdoConnection::Open(const std::u16string& connectionString, const std::u16s
     if (session())
         throw failure(Misuse::ObjectOpen);
     const ConnectionString connection(connectionString);
-    session_ = openSession({connection, userId, password, connectionTimeout_});
+    try {
+        session_ = openSession({connection, userId, password, connectionTimeout_});
+    } catch (RuntimeError& error) {
+        ado::hidePasswords(error, connectionString, password);
+        throw;
+    }
 }
 
 void AdoConnection::Close()

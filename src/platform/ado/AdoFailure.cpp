@@ -37,11 +37,9 @@ RuntimeError failure(Misuse misuse, std::u16string source)
     return {static_cast<std::int32_t>(misuse), describeMisuse(misuse), std::move(source)};
 }
 
-RuntimeError providerNotFound(std::u16string_view name)
+RuntimeError providerNotFound()
 {
-    RuntimeError error = failure(Misuse::ProviderNotFound, std::u16string(connectionSource));
-    error.description.append(u" (Provider=").append(name).append(u")");
-    return error;
+    return failure(Misuse::ProviderNotFound, std::u16string(connectionSource));
 }
 
 } // namespace vqloan::ado

@@ -28,8 +28,9 @@ enum class Misuse : std::int32_t
 };
 
 RuntimeError failure(Misuse misuse, std::u16string source);
-// The provider that a connection text asks for is not there; `name` as the text has it.
-RuntimeError providerNotFound(std::u16string_view name);
+// The provider that a connection text asks for is not there. Its name is not told: it may be a password in
+// the wrong place.
+RuntimeError providerNotFound();
 
 inline constexpr std::u16string_view connectionSource = u"ADODB.Connection";
 inline constexpr std::u16string_view recordsetSource = u"ADODB.Recordset";

@@ -19,7 +19,9 @@ std::u16string_view withoutTrailingBlanks(std::u16string_view text)
 class Parser
 {
 public:
-    explicit Parser(std::u16string_view text) : text_(text) {}
+    Parser(std::u16string_view text, ConnectionString::Placeholders placeholders)
+        : text_(text), mayStandAlone_(placeholders == ConnectionString::Placeholders::mayStandAlone)
+    {}
 
     std::vector<ConnectionString::Pair> pairs()
     {
@@ -29,6 +31,10 @@ public:
                 ++at_;
                 continue;
             }
+            if (const std::u16string_view alone = readPlaceholder(); !alone.empty()) {
+                found.push_back({{}, std::u16string(alone)});
+                continue;
+            }
             std::u16string key = readKey();
             found.push_back({std::move(key), readValue()});
         }
@@ -36,6 +42,18 @@ public:
     }
 
 private:
+    // A part that is one placeholder; empty where there is none.
+    std::u16string_view readPlaceholder()
+    {
+        constexpr char16_t sign = u'\u00A7';
+        const std::size_t end = std::min(text_.find(u';', at_), text_.size());
+        const std::u16string_view part = withoutTrailingBlanks(text_.substr(at_, end - at_));
+        if (!mayStandAlone_ || part.front() != sign || part.find(sign, 1) != part.size() - 1)
+            return {};
+        at_ = end;
+        return part;
+    }
+
     std::u16string readKey()
     {
         const std::size_t end = text_.find_first_of(u"=;", at_);
@@ -100,11 +118,14 @@ private:
 
     std::u16string_view text_;
     std::size_t at_ = 0;
+    bool mayStandAlone_;
 };
 
 } // namespace
 
-ConnectionString::ConnectionString(std::u16string_view text) : pairs_(Parser(text).pairs()) {}
+ConnectionString::ConnectionString(std::u16string_view text, Placeholders placeholders)
+    : pairs_(Parser(text, placeholders).pairs())
+{}
 
 const std::u16string* ConnectionString::find(std::u16string_view key) const
 {
@@ -112,6 +133,18 @@ const std::u16string* ConnectionString::find(std::u16string_view key) const
         return text::equalsIgnoringCase(pair.key, key);
     });
     return found == pairs_.rend() ? nullptr : &found->value;
+}
+
+std::u16string enclosed(std::u16string_view value)
+{
+    const bool isPlain =
+        value.find_first_of(u";{}") == value.npos && !value.starts_with(u' ') && !value.ends_with(u' ');
+    if (isPlain)
+        return std::u16string(value);
+    std::u16string text = u"{";
+    for (const char16_t c : value)
+        text.append(c == u'}' ? 2 : 1, c);
+    return text + u"}";
 }
 
 } // namespace vqloan

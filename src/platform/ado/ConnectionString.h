@@ -17,9 +17,18 @@ public:
         std::u16string key, value;
     };
 
+    // As settings write it, a text may have placeholders (§NAME§) for whole pairs; such a part is then a
+    // value without a key.
+    enum class Placeholders
+    {
+        areResolved,
+        mayStandAlone
+    };
+
     // RuntimeError malformedConnectionText, which says what is wrong and where but quotes nothing: a
     // connection text may hold a password.
-    explicit ConnectionString(std::u16string_view text);
+    explicit ConnectionString(std::u16string_view text,
+                              Placeholders placeholders = Placeholders::areResolved);
 
     // The value of the last pair with that key, without regard to case; null when there is none.
     const std::u16string* find(std::u16string_view key) const;
@@ -29,5 +38,8 @@ public:
 private:
     std::vector<Pair> pairs_;
 };
+
+// The value as it stands behind its key: in braces where it would be read otherwise without.
+std::u16string enclosed(std::u16string_view value);
 
 } // namespace vqloan

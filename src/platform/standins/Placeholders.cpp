@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <optional>
 #include <utility>
+#include <vector>
 
 #include "platform/runtime/OsProcess.h"
 
@@ -11,22 +12,14 @@ namespace {
 
 constexpr char16_t marker = u'\u00A7';
 
-} // namespace
-
-Placeholders::Outcome Placeholders::resolve(std::u16string& name)
-{
-    std::vector<std::u16string> under;
-    return expand(name, under);
-}
-
 // `under`: the names whose values are being expanded.
-Placeholders::Outcome Placeholders::expand(std::u16string& name, std::vector<std::u16string>& under)
+Resolving expand(std::u16string& name, std::vector<std::u16string>& under)
 {
     const std::optional<std::u16string> raw = os::environmentVariable(name);
     if (!raw)
-        return Outcome::NotSet;
+        return Resolving::NotSet;
     if (std::find(under.begin(), under.end(), name) != under.end())
-        return Outcome::BadContents;
+        return Resolving::BadContents;
 
     under.push_back(name);
     std::u16string value;
@@ -37,8 +30,8 @@ Placeholders::Outcome Placeholders::expand(std::u16string& name, std::vector<std
         if (closing == rest.npos)
             break; // a lone marker is an ordinary character
         std::u16string inner(rest.substr(opening + 1, closing - opening - 1));
-        if (expand(inner, under) != Outcome::Resolved)
-            return Outcome::BadContents;
+        if (expand(inner, under) != Resolving::Resolved)
+            return Resolving::BadContents;
         value += rest.substr(0, opening);
         value += inner;
         rest.remove_prefix(closing + 1);
@@ -49,23 +42,17 @@ Placeholders::Outcome Placeholders::expand(std::u16string& name, std::vector<std
     // Lone markers of two parts can meet. Every value taking away two markers and bringing one at most is
     // also what lets a caller who searches again from the start come to an end.
     if (std::count(value.begin(), value.end(), marker) > 1)
-        return Outcome::BadContents;
-    if (!value.empty())
-        resolved_.insert(value);
+        return Resolving::BadContents;
     name = std::move(value);
-    return Outcome::Resolved;
+    return Resolving::Resolved;
 }
 
-std::u16string Placeholders::mask(std::u16string_view text) const
+} // namespace
+
+Resolving resolvePlaceholder(std::u16string& name)
 {
-    std::u16string masked;
-    while (!text.empty()) {
-        const auto found = std::find_if(resolved_.begin(), resolved_.end(),
-                                        [text](const auto& value) { return text.starts_with(value); });
-        masked += found == resolved_.end() ? text.substr(0, 1) : u"***";
-        text.remove_prefix(found == resolved_.end() ? 1 : found->size());
-    }
-    return masked;
+    std::vector<std::u16string> under;
+    return expand(name, under);
 }
 
 } // namespace vqloan::standins

@@ -6,6 +6,7 @@
 #include "platform/runtime/OsProcess.h"
 #include "platform/runtime/RuntimeError.h"
 #include "platform/standins/IniFile.h"
+#include "platform/standins/Placeholders.h"
 
 namespace vqloan::standins {
 namespace {
@@ -50,17 +51,20 @@ void SysTools::StripChar(std::u16string& text, std::u16string& marker)
 
 bool SysTools::ResolvePlaceholder(std::u16string& name)
 {
-    const Placeholders::Outcome outcome = placeholders_.resolve(name);
-    if (outcome == Placeholders::Outcome::Resolved)
+    const Resolving outcome = resolvePlaceholder(name);
+    if (outcome == Resolving::Resolved)
         return false;
     last_ = Record();
     last_.number = unresolvedPlaceholder;
     last_.source = u"SysTools.ResolvePlaceholder";
-    // What the value holds is not told, not even the name it leads to: it may be part of a secret.
-    last_.description = u"The placeholder \u00A7" + name + u"\u00A7 cannot be resolved: " +
-                        (outcome == Placeholders::Outcome::NotSet
-                             ? u"there is no environment variable of that name"
-                             : u"its value leads back to itself or to a name that is not set");
+    // What the value holds is not told, not even the name it leads to: it may be part of a secret. So may
+    // what stands between two signs that do not belong together, as in
+    // "PWD=a\u00A7b;Server=\u00A7HOST\u00A7".
+    const bool isName = name.find_first_of(u";=") == name.npos;
+    last_.description =
+        u"The placeholder " + (isName ? u"\u00A7" + name + u"\u00A7 " : u"") + u"cannot be resolved: " +
+        (outcome == Resolving::NotSet ? u"there is no environment variable of that name"
+                                      : u"its value leads back to itself or to a name that is not set");
     return true;
 }
 
@@ -91,8 +95,7 @@ void SysTools::StoreError(FailureDetails& details, std::int32_t& flags, const Va
     };
     takeNumber(record.number, details.Number);
     takeText(record.source, details.Source);
-    if (!details.Description.isMissing())
-        record.description = placeholders_.mask(details.Description.toText());
+    takeText(record.description, details.Description);
     takeText(record.helpFile, details.HelpFile);
     takeText(record.helpContext, details.HelpContext);
     takeNumber(record.lastDllError, details.LastDllError);

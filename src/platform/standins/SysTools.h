@@ -6,7 +6,6 @@
 
 #include "external/SysTools.h"
 #include "platform/runtime/Clock.h"
-#include "platform/standins/Placeholders.h"
 
 namespace vqloan::standins {
 
@@ -31,7 +30,7 @@ public:
     std::int32_t TickCount() override;
 
     // Replaces the record. A detail left out is 0 or empty; with flags 4 or 8 it stays as the last record has
-    // it. No description holds a placeholder's value.
+    // it.
     void StoreError(FailureDetails& details, std::int32_t& flags, const Variant& argument8,
                     std::int32_t& argument9) override;
     void GetError(VARIANT* number, VARIANT* source, VARIANT* description, VARIANT* helpFile,
@@ -49,7 +48,6 @@ private:
         std::int32_t lastDllError = 0;
     };
 
-    Placeholders placeholders_;
     Record last_;
     std::int64_t start_ = clock::milliseconds();
 };

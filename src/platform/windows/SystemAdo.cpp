@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/ado/Passwords.h"
 #include "platform/runtime/RuntimeError.h"
 
 namespace vqloan {
@@ -25,8 +26,13 @@ void SystemConnection::Open(const std::u16string& connectionString, const std::u
                             const std::u16string& password, std::int32_t options)
 {
     const Bstr text(connectionString), user(userId), secret(password);
-    object_.call(L"Open", {argument::value(text), argument::value(user), argument::value(secret),
-                           argument::value(options)});
+    try {
+        object_.call(L"Open", {argument::value(text), argument::value(user), argument::value(secret),
+                               argument::value(options)});
+    } catch (RuntimeError& error) {
+        ado::hidePasswords(error, connectionString, password);
+        throw;
+    }
 }
 
 void SystemConnection::Close()

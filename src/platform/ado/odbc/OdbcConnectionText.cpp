@@ -63,18 +63,6 @@ private:
         set(key, value);
     }
 
-    static std::u16string enclosed(std::u16string_view value)
-    {
-        const bool isPlain =
-            value.find_first_of(u";{}") == value.npos && !value.starts_with(u' ') && !value.ends_with(u' ');
-        if (isPlain)
-            return std::u16string(value);
-        std::u16string text = u"{";
-        for (const char16_t c : value)
-            text.append(c == u'}' ? 2 : 1, c);
-        return text + u"}";
-    }
-
     std::vector<ConnectionString::Pair> pairs_;
 };
 
