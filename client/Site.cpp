@@ -35,6 +35,18 @@ void place(const fs::path& file, const fs::path& directory)
         fs::copy_file(file, directory / file.filename());
 }
 
+// The component that comes with this program: beside it, as in a build, or where it is installed.
+fs::path ownedComponent()
+{
+    const fs::path beside = program::file().parent_path() / componentName;
+#ifdef VQLOAN_COMPONENT_FROM_PROGRAM
+    if (!fs::exists(beside))
+        return (program::file().parent_path() / VQLOAN_COMPONENT_FROM_PROGRAM).lexically_normal() /
+               componentName;
+#endif
+    return beside;
+}
+
 } // namespace
 
 Site::Site(const fs::path& directory)
@@ -45,7 +57,7 @@ Site::Site(const fs::path& directory)
     component_ = source_ = directory_ / componentName;
     if (fs::exists(component_))
         return;
-    source_ = program::file().parent_path() / componentName;
+    source_ = ownedComponent();
     if (!fs::exists(source_))
         throw std::runtime_error("there is neither " + component_.string() + " nor " + source_.string());
     private_.directory = makePrivateDirectory();

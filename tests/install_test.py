@@ -1,0 +1,84 @@
+#!/usr/bin/env python3
+"""What `cmake --install` makes, and clients of it: install_test.py BUILD_DIRECTORY."""
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+BUILD = pathlib.Path(sys.argv.pop(1)).resolve()
+
+
+def run(*arguments, **options):
+    done = subprocess.run([str(a) for a in arguments], capture_output=True, text=True, timeout=200, **options)
+    if done.returncode != 0:
+        raise AssertionError(f"status {done.returncode} of {arguments}: {done.stdout}{done.stderr}")
+    return done.stdout
+
+
+def cached(name):
+    found = re.search(rf"^{name}:\w+=(.*)$", (BUILD / "CMakeCache.txt").read_text(), re.M)
+    return found[1] if found else ""
+
+
+class Installed(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        scratch = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(scratch.cleanup)
+        cls.scratch = pathlib.Path(scratch.name)
+        staged = cls.scratch / "staged"
+        run("cmake", "--install", BUILD, env={**os.environ, "DESTDIR": str(staged)})
+        # Not where it was installed: everything must be found from where it lies.
+        cls.tree = cls.scratch / "moved"
+        shutil.move(staged / cached("CMAKE_INSTALL_PREFIX").lstrip("/"), cls.tree)
+        cls.component, = cls.tree.glob("lib*/**/VQLoan.so")
+        cls.site = cls.scratch / "site"
+        run(ROOT / "examples/make_site", cls.site, "--copies=40")
+        cls.environment = {**os.environ, "AUTOMATION_REGISTRY": str(cls.scratch / "registry")}
+
+    @unittest.skipIf(cached("CMAKE_BUILD_TYPE") != "Release", "what a debugger reads names the sources")
+    def test_nothing_leads_to_the_build_or_to_the_place_of_installing(self):
+        for file in self.tree.rglob("*"):
+            if file.is_symlink():
+                self.assertTrue(file.exists(), file)
+            elif file.is_file():
+                content = file.read_bytes()
+                self.assertNotIn(bytes(BUILD), content, file)
+                self.assertNotIn(bytes(self.scratch), content, file)
+
+    def test_the_program_finds_its_component(self):
+        said = run(self.tree / "bin/vqloan", "ask", "--kind=SQL2", f"--site={self.site}", "--library=00",
+                   "--inventory=KA000001", cwd=self.scratch)
+        self.assertIn("Disponibile", said)
+
+    def test_a_client_in_cpp_builds_outside_the_tree(self):
+        flags = cached("CMAKE_CXX_FLAGS")
+        source = next(self.tree.glob("share/doc/*/examples/clients"))
+        run("cmake", "-S", source, "-B", self.scratch / "client", f"-DCMAKE_PREFIX_PATH={self.tree}",
+            f"-DCMAKE_CXX_COMPILER={cached('CMAKE_CXX_COMPILER')}", f"-DCMAKE_CXX_FLAGS={flags}")
+        run("cmake", "--build", self.scratch / "client")
+        shutil.copy(self.component, self.site)
+        (self.site / "libautomation.so.4").symlink_to(next(self.tree.glob("lib*/**/libautomation.so.4")))
+        run(self.tree / "bin/vqloan", "register", "--site", self.site, env=self.environment)
+        self.assertIn("Disponibile", run(self.scratch / "client/ask", "SQL2", "00", "KA000001", env=self.environment))
+
+    def test_pkg_config_names_what_a_client_needs(self):
+        if not shutil.which("pkg-config"):
+            self.skipTest("pkg-config is not installed")
+        directory = next(self.tree.glob("lib*/**/vqloan.pc")).parent
+        environment = {**os.environ, "PKG_CONFIG_PATH": str(directory)}
+        flags = run("pkg-config", "--cflags", "--libs", "vqloan", env=environment).split()
+        source = next(self.tree.glob("share/doc/*/examples/clients")) / "ask.cpp"
+        run(cached("CMAKE_CXX_COMPILER"), "-std=c++20", *cached("CMAKE_CXX_FLAGS").split(), source, "-o",
+            self.scratch / "ask", *flags)
+        component = run("pkg-config", "--variable=component", "vqloan", env=environment).strip()
+        self.assertEqual(pathlib.Path(component).resolve(), self.component.resolve())
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
