@@ -85,9 +85,9 @@ int main(int argc, char** argv)
     constexpr int longest = 32766, tenth = 3276;
     const auto file = makeDatabase();
     DispSvr database, host;
-    host.DBType = backend::host;
+    host.DBType = static_cast<std::int16_t>(site::Kind::host);
     host.BibPosse = u"00";
-    database.DBType = backend::database;
+    database.DBType = static_cast<std::int16_t>(site::Kind::database);
     database.Conn = createConnection();
     database.Conn->Open(u"Provider=SQLite;Data Source=" + file.u16string(), {}, {}, -1);
     database.InvStart = database.BibStart = 1;

@@ -1,13 +1,11 @@
 #include "Answer.h"
 
 #include "platform/runtime/Text.h"
+#include "site/Texts.h"
 
 namespace vqloan::client {
 
 namespace {
-
-constexpr std::u16string_view failedCode = u"Codice Bibl. ";
-constexpr std::u16string_view notVerifiable = u"Disponibilità non verificabile";
 
 // The fields that are not empty, with `separator` between them. Status texts come padded with blanks.
 std::u16string join(const std::vector<std::u16string>& fields, std::size_t first,
@@ -29,7 +27,7 @@ std::u16string join(const std::vector<std::u16string>& fields, std::size_t first
 // does.
 bool isFailureLine(const std::vector<std::u16string>& fields)
 {
-    return fields.size() >= 3 && fields.front().starts_with(failedCode) && !fields.back().empty();
+    return fields.size() >= 3 && fields.front().starts_with(site::failedLabel) && !fields.back().empty();
 }
 
 } // namespace
@@ -49,10 +47,10 @@ std::vector<std::u16string> split(std::u16string_view text, std::u16string_view 
 Answer takeApart(Kind kind, std::u16string_view line)
 {
     Answer answer;
-    answer.fields = split(line, u"\t");
+    answer.fields = split(line, site::tab);
     auto fields = answer.fields;
     if (isFailureLine(fields)) {
-        answer.library = fields[0].substr(failedCode.size());
+        answer.library = fields[0].substr(site::failedLabel.size());
         answer.availability = join(fields, 2, u" ");
         return answer;
     }
@@ -61,7 +59,7 @@ Answer takeApart(Kind kind, std::u16string_view line)
         answer.library = fields[0];
         answer.availability = join(fields, 1, u": ");
         if (!answer.availability.empty())
-            answer.outcome = fields[1] == notVerifiable ? Outcome::skipped : Outcome::answer;
+            answer.outcome = fields[1] == site::notVerifiable ? Outcome::skipped : Outcome::answer;
         return answer;
     }
     // description of the copy, library, the same description with the back end's text after it, message

@@ -5,14 +5,11 @@
 #include <string_view>
 #include <vector>
 
+#include "site/Kind.h"
+
 namespace vqloan::client {
 
-enum class Kind
-{
-    host,
-    gateway,
-    database
-}; // "7000", "SQL", "SQL2"
+using site::Kind;
 
 enum class Outcome
 {

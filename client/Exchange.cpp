@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "platform/runtime/Text.h"
+#include "site/Exchange.h"
 
 namespace fs = std::filesystem;
 
@@ -16,10 +17,10 @@ namespace vqloan::client {
 
 namespace {
 
-constexpr char requestExtension[] = ".CL1";
-constexpr char answerExtension[] = ".CL2";
-constexpr char takenExtension[] = ".taken";
-constexpr char asideExtension[] = ".aside";
+const std::string requestExtension = text::toUtf8(site::requestExtension);
+const std::string answerExtension = text::toUtf8(site::answerExtension);
+const std::string takenExtension = ".taken";
+const std::string asideExtension = ".aside";
 
 // Between two looks at the directory. Clients wait without a pause, so this is most of what an answer takes.
 constexpr std::chrono::milliseconds pause{1};
@@ -42,8 +43,8 @@ std::string firstLine(const std::string& bytes)
 
 } // namespace
 
-Exchange::Exchange(fs::path directory, std::string prefix, std::chrono::milliseconds delay)
-    : directory_(std::move(directory)), prefix_(std::move(prefix)), delay_(delay)
+Exchange::Exchange(fs::path directory, std::u16string_view prefix, std::chrono::milliseconds delay)
+    : directory_(std::move(directory)), prefix_(text::toUtf8(prefix)), delay_(delay)
 {
     if (!fs::is_directory(directory_))
         throw std::runtime_error("there is no exchange directory " + directory_.string());
@@ -75,7 +76,7 @@ void Exchange::takeRequests()
         if (!name.starts_with(prefix_) || !name.ends_with(requestExtension))
             continue;
         const std::string client =
-            name.substr(prefix_.size(), name.size() - prefix_.size() - (sizeof requestExtension - 1));
+            name.substr(prefix_.size(), name.size() - prefix_.size() - requestExtension.size());
         fs::rename(entry.path(), fileOf(client, takenExtension), failed);
         if (!failed)
             taken_[client] = Clock::now();
@@ -148,7 +149,7 @@ void Exchange::complain(const std::string& trouble)
     lastTrouble_ = trouble;
 }
 
-fs::path Exchange::fileOf(const std::string& client, const char* extension) const
+fs::path Exchange::fileOf(const std::string& client, const std::string& extension) const
 {
     return directory_ / (prefix_ + client + extension);
 }

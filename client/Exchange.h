@@ -25,7 +25,7 @@ public:
 
     // `delay`: the least time before an answer, as a slow back end has. Throws std::runtime_error when the
     // directory is not there.
-    Exchange(std::filesystem::path directory, std::string prefix, std::chrono::milliseconds delay);
+    Exchange(std::filesystem::path directory, std::u16string_view prefix, std::chrono::milliseconds delay);
 
     // Says on standard output that it serves, answers until the process is told to end (SIGTERM or SIGINT),
     // says how many requests were answered. `verbose`: each request and its answer, too. Troubles with files
@@ -41,7 +41,7 @@ private:
                    bool verbose);
     void complain(const std::filesystem::path& file, std::error_code reason);
     void complain(const std::string& trouble);
-    std::filesystem::path fileOf(const std::string& client, const char* extension) const;
+    std::filesystem::path fileOf(const std::string& client, const std::string& extension) const;
 
     std::filesystem::path directory_;
     std::string prefix_;

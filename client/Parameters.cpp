@@ -4,6 +4,7 @@
 
 #include "Input.h"
 #include "platform/runtime/Text.h"
+#include "site/HostFile.h"
 
 namespace vqloan::client {
 
@@ -22,13 +23,12 @@ std::u16string Parameters::value(std::size_t line) const
     if (line > lines_.size())
         return {};
     const std::u16string_view all = text::trim(lines_[line - 1]);
-    const auto sign = all.find(u'=');
-    return std::u16string(sign == all.npos ? all : all.substr(sign + 1));
+    return std::u16string(site::valueOf(all));
 }
 
 std::filesystem::path Parameters::exchangeDirectory() const
 {
-    const std::u16string directory = value(3);
+    const std::u16string directory = value(static_cast<std::size_t>(site::Line::directory));
     if (directory.empty())
         throw std::runtime_error("line 3 of " + file_.string() + " names no exchange directory");
     return directory;

@@ -10,18 +10,17 @@ Settings::Settings(const Site& site) : file_(createIniFile())
     file_->SetFile(site.settings().u16string());
 }
 
-std::optional<std::u16string> Settings::find(std::string_view section, std::string_view key) const
+std::optional<std::u16string> Settings::find(const site::Setting& setting) const
 {
     // No line of a settings file can hold this.
     const std::u16string absent = u"\n";
-    std::u16string value =
-        sysTools().ReadIni(text::fromUtf8(section), text::fromUtf8(key), absent, file_).toText();
+    std::u16string value = sysTools().ReadIni(setting.section, setting.key, absent, file_).toText();
     return value == absent ? std::nullopt : std::optional(std::move(value));
 }
 
-std::string Settings::text(std::string_view section, std::string_view key) const
+std::string Settings::text(const site::Setting& setting) const
 {
-    return text::toUtf8(find(section, key).value_or(u""));
+    return text::toUtf8(find(setting).value_or(std::u16string(setting.byDefault)));
 }
 
 } // namespace vqloan::client

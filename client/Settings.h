@@ -8,6 +8,7 @@
 
 #include "Site.h"
 #include "external/IniFile.h"
+#include "site/Settings.h"
 
 namespace vqloan::client {
 
@@ -17,9 +18,9 @@ public:
     explicit Settings(const Site& site);
 
     // As written; nothing where the section or the key is absent.
-    std::optional<std::u16string> find(std::string_view section, std::string_view key) const;
-    // The same in UTF-8; empty where it is absent.
-    std::string text(std::string_view section, std::string_view key) const;
+    std::optional<std::u16string> find(const site::Setting& setting) const;
+    // The same in UTF-8, or the default.
+    std::string text(const site::Setting& setting) const;
 
 private:
     mutable std::shared_ptr<IniFile> file_;

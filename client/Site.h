@@ -3,6 +3,9 @@
 
 #include <filesystem>
 
+#include "site/HostFile.h"
+#include "site/Settings.h"
+
 namespace vqloan::client {
 
 // The component's file name on this system.
@@ -30,8 +33,8 @@ public:
     const std::filesystem::path& source() const noexcept { return source_; }
     bool ownComponent() const noexcept { return private_.directory.empty(); }
 
-    std::filesystem::path settings() const { return directory_ / "SvrDisp.ini"; }
-    std::filesystem::path parameters() const { return directory_ / "CLIENT.PAR"; }
+    std::filesystem::path settings() const { return directory_ / site::settingsFile; }
+    std::filesystem::path parameters() const { return directory_ / site::hostFile; }
 
 private:
     // Goes with everything in it, also when the rest of a site cannot be made.

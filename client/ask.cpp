@@ -13,6 +13,7 @@
 #include "Json.h"
 #include "Table.h"
 #include "platform/runtime/Text.h"
+#include "site/Texts.h"
 
 namespace vqloan::client {
 
@@ -27,11 +28,6 @@ struct Counts
         ++(outcome == Outcome::answer ? answered : outcome == Outcome::skipped ? skipped : failed);
     }
 };
-
-Kind kindOf(const std::string& name)
-{
-    return name == "7000" ? Kind::host : name == "SQL" ? Kind::gateway : Kind::database;
-}
 
 // --- Requests ---
 
@@ -105,11 +101,13 @@ bool isRecorded(Kind kind, std::u16string_view message)
 {
     switch (kind) {
     case Kind::database:
-        return message.starts_with(u"ERRORE: ");
+        return message.starts_with(site::databaseFailed);
     case Kind::gateway:
-        return message == u"Errore nei parametri";
+        return message == site::gatewayFailed;
     case Kind::host:
         return message.empty();
+    case Kind::none:
+        break;
     }
     return false;
 }
@@ -119,9 +117,9 @@ bool isRecorded(Kind kind, std::u16string_view message)
 Answer askLine(Component& component, Kind kind, const std::u16string& request,
                std::optional<Failure>& recorded)
 {
-    const std::u16string block = component.answer(request + u"\r\n");
+    const std::u16string block = component.answer(request + std::u16string(site::lineEnd));
     Answer answer;
-    if (block.ends_with(u"\r\n"))
+    if (block.ends_with(site::lineEnd))
         answer = takeApart(kind, std::u16string_view(block).substr(0, block.size() - 2));
     if (answer.outcome != Outcome::failure)
         return answer;
@@ -204,7 +202,7 @@ Counts askEach(Component& component, Kind kind, const std::vector<std::u16string
             std::cerr << "vqloan: request " << i + 1 << ": "
                       << (recorded ? recorded->text() : text::toUtf8(answer.availability)) << '\n';
         }
-        printer.line(split(requests[i], u"\t"), answer);
+        printer.line(split(requests[i], site::tab), answer);
     }
     progress.clear();
     printer.end(counts);
@@ -222,7 +220,7 @@ std::size_t blockSize(Kind kind)
 
 void count(Kind kind, std::u16string_view block, Counts& counts)
 {
-    for (const auto& line : split(block.substr(0, block.size() - 2), u"\r\n"))
+    for (const auto& line : split(block.substr(0, block.size() - 2), site::lineEnd))
         counts.add(takeApart(kind, line).outcome);
 }
 
@@ -232,7 +230,7 @@ void askBlock(Component& component, Kind kind, const std::vector<std::u16string>
 {
     std::u16string block;
     for (std::size_t i = first; i < last; ++i)
-        block += requests[i] + u"\r\n";
+        block.append(requests[i]).append(site::lineEnd);
     const std::u16string answer = component.answer(block);
     if (!answer.empty()) {
         std::cout << text::toUtf8(answer);
@@ -267,7 +265,7 @@ Counts askInBlocks(Component& component, Kind kind, const std::vector<std::u16st
 int ask(const AskOptions& options)
 {
     const auto requests = requestLines(options);
-    const Kind kind = kindOf(options.kind);
+    const Kind kind = site::kindNamed(text::fromUtf8(options.kind));
     const Site site(options.site);
     Component component(site);
     if (!component.open(options.kind))

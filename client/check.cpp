@@ -2,10 +2,8 @@
 // reads them, and in the end the component itself opens the back end.
 #include <fstream>
 #include <iostream>
-#include <map>
 #include <memory>
 #include <set>
-#include <span>
 
 #include "Answer.h"
 #include "Commands.h"
@@ -19,6 +17,12 @@
 #include "platform/runtime/Numbers.h"
 #include "platform/runtime/RuntimeError.h"
 #include "platform/runtime/Text.h"
+#include "request/Deadline.h"
+#include "site/Database.h"
+#include "site/Exchange.h"
+#include "site/HostFile.h"
+#include "site/Messages.h"
+#include "site/Settings.h"
 
 namespace fs = std::filesystem;
 
@@ -35,56 +39,10 @@ std::u16string decimal(std::size_t number)
     return text::decimal(static_cast<std::int64_t>(number));
 }
 
-// --- Settings of SvrDisp.ini ---
-
-enum class Form
-{
-    number,
-    text,
-    pair,
-    secret,
-    connection
-};
-
-struct Key
-{
-    const char *section, *key;
-    const char16_t* byDefault;
-    Form form;
-};
-
-const Key databaseKeys[] = {
-    {"SERVER", "CONNECT", u"", Form::connection},  {"SERVER", "TIMEOUT", u"0", Form::number},
-    {"SERVER", "COMMTIMEOUT", u"0", Form::number}, {"SERVER", "CURSOR", u"0", Form::number},
-    {"SERVER", "OPTIONS", u"-1", Form::number},    {"SERVER", "USERNAME", u"", Form::text},
-    {"SERVER", "PASSWORD", u"", Form::secret},     {"SERVER", "INVENTARIO", u"3", Form::pair},
-    {"SERVER", "BIBLIOTECA", u"", Form::pair},
-};
-const Key gatewayKeys[] = {
-    {"CONFIG", "PATH", u"", Form::text},
-    {"CLIENT", "ID", u"0", Form::number},
-    {"CLIENT", "TIMEOUT", u"5", Form::number},
-};
-
-// What a message reports, by its number.
-const std::map<int, const char16_t*> databaseMessages = {
-    {1, u"in front: a special status without a text of its own"},
-    {2, u"available"},
-    {3, u"on loan, overdue"},
-    {4, u"on loan (the date follows)"},
-    {5, u"no shelf mark"},
-    {6, u"shelf mark \"SC \""},
-    {7, u"on loan, reminders sent"},
-    {8, u"library without circulation"},
-    {10, u"not held by the library"},
-    {11, u"out of service"},
-};
-const std::map<int, const char16_t*> gatewayMessages = {{9, u"no answer from the gateway in time"}};
-
-bool isNumber(const std::u16string& value)
+template <class Step> bool succeeds(Step step)
 {
     try {
-        Variant(value).toLong();
+        step();
         return true;
     } catch (const RuntimeError&) {
         return false;
@@ -93,12 +51,13 @@ bool isNumber(const std::u16string& value)
 
 bool fits16Bits(std::u16string_view number)
 {
-    try {
-        numbers::toInteger(numbers::leadingNumber(number));
-        return true;
-    } catch (const RuntimeError&) {
-        return false;
-    }
+    return succeeds([&] { numbers::toInteger(numbers::leadingNumber(number)); });
+}
+
+bool isNumber(const std::u16string& value, site::Form form)
+{
+    return succeeds(
+        [&] { form == site::Form::shortNumber ? Variant(value).toInteger() : Variant(value).toLong(); });
 }
 
 bool isPair(const std::u16string& value, bool mayBeEmpty)
@@ -151,65 +110,79 @@ private:
                                              u"examples/site/SvrDisp.ini is a start.");
     }
 
-    void keys(std::span<const Key> keys)
+    void settings(Kind kind)
     {
         report_.section(u"Settings in force", {u"Section", u"Key", u"Value", u""});
-        for (const Key& key : keys) {
-            const auto written = settings_.find(key.section, key.key);
-            const std::u16string value = written.value_or(key.byDefault);
-            std::u16string shown = value;
-            if (key.form == Form::secret)
-                shown = ado::shownPassword(value);
-            if (key.form == Form::connection)
-                shown = ado::withoutPasswords(value);
-            report_.fact(
-                {text::fromUtf8(key.section), text::fromUtf8(key.key), shown, written ? u"" : u"default"});
+        for (const site::Setting& setting : site::settings)
+            if (setting.isReadBy(kind))
+                judge(setting);
+    }
 
-            const std::u16string name = text::fromUtf8(std::string("[").append(key.section) + "] " + key.key);
-            if (key.form == Form::number && !isNumber(value))
-                report_.finding(name + u" is not a number: " + inQuotes(value) + u".",
-                                u"Write a whole number, or take the line out for " +
-                                    std::u16string(key.byDefault) + u".");
-            if (key.form == Form::pair && !isPair(value, *key.byDefault == u'\0'))
-                report_.finding(name + u" is no position: " + inQuotes(value) + u".",
+    std::u16string value(const site::Setting& setting) const
+    {
+        return settings_.find(setting).value_or(std::u16string(setting.byDefault));
+    }
+
+    void judge(const site::Setting& setting)
+    {
+        using site::Form;
+        const std::u16string written = value(setting), byDefault(setting.byDefault);
+        std::u16string shown = written;
+        if (setting.form == Form::secret)
+            shown = ado::shownPassword(written);
+        if (setting.form == Form::connection)
+            shown = ado::withoutPasswords(written);
+        report_.fact({std::u16string(setting.section), std::u16string(setting.key), shown,
+                      settings_.find(setting) ? u"" : u"default"});
+
+        const std::u16string name =
+            std::u16string(u"[").append(setting.section).append(u"] ").append(setting.key);
+        switch (setting.form) {
+        case Form::number:
+        case Form::shortNumber:
+            if (!isNumber(written, setting.form))
+                report_.finding(name + u" is not a number: " + inQuotes(written) + u".",
+                                u"Write a whole number, or take the line out for " + byDefault + u".");
+            break;
+        case Form::pair:
+            if (!isPair(written, byDefault.empty()))
+                report_.finding(name + u" is no position: " + inQuotes(written) + u".",
                                 u"Write START or START,LENGTH, each at most 32767.");
-            if (key.form == Form::connection || key.form == Form::text || key.form == Form::secret)
-                placeholders(name, value, shown, key.form == Form::connection);
+            break;
+        case Form::account:
+        case Form::secret:
+        case Form::connection:
+            if (std::u16string resolved = written;
+                !(setting.form == Form::connection ? settings::resolveAll(resolved)
+                                                   : settings::resolveWhole(resolved)))
+                report_.finding(name + u" has a placeholder that cannot be resolved: " + shown + u".",
+                                u"Set the environment variable of that name for the client's process.");
+            break;
+        case Form::text:
+            break;
         }
     }
 
-    void placeholders(const std::u16string& setting, const std::u16string& value, const std::u16string& shown,
-                      bool anywhere)
+    void messages(Kind kind)
     {
-        std::u16string resolved = value;
-        if (setting == u"[CONFIG] PATH" ||
-            (anywhere ? settings::resolveAll(resolved) : settings::resolveWhole(resolved)))
-            return;
-        report_.finding(setting + u" has a placeholder that cannot be resolved: " + shown + u".",
-                        u"Set the environment variable of that name for the client's process.");
-    }
-
-    void messages(const std::map<int, const char16_t*>& needed)
-    {
-        const std::string written = settings_.text("MESSAGGI", "NUMMSG");
-        const std::u16string count = written.empty() ? u"1" : text::fromUtf8(written);
-        if (!isNumber(count) || !fits16Bits(count)) {
-            report_.finding(u"[MESSAGGI] NUMMSG is not a number: " + inQuotes(count) + u".",
-                            u"Write 11: the number of the last message.");
-            return;
-        }
+        const site::Setting& setting = site::setting(u"MESSAGGI", u"NUMMSG");
+        const std::u16string count = value(setting), all = decimal(std::size(site::messages));
+        if (!isNumber(count, setting.form))
+            return; // found above
         report_.section(u"Messages", {u"Code", u"Reports", u"Text"});
-        for (const auto& [code, meaning] : needed) {
-            const std::u16string number = decimal(static_cast<std::size_t>(code));
-            const auto message = settings_.find("MESSAGGI", text::toUtf8(number)).value_or(u"");
-            const bool read = code <= Variant(count).toLong();
-            report_.fact({number, meaning, read ? message : u""});
+        for (std::size_t i = 0; i < std::size(site::messages); ++i) {
+            const auto& [code, reporter, situation] = site::messages[i];
+            if (reporter != kind)
+                continue;
+            const std::u16string number(code), message = value(site::messageText(code));
+            const bool read = static_cast<std::int32_t>(i) < Variant(count).toLong();
+            report_.fact({number, std::u16string(situation), read ? message : u""});
             if (message.empty())
                 report_.finding(u"Message " + number + u" has no text.",
                                 u"Add a line " + number + u"=... to [MESSAGGI].");
             else if (!read)
                 report_.finding(u"Message " + number + u" is not read: NUMMSG is " + count + u".",
-                                u"Set [MESSAGGI] NUMMSG to 11.");
+                                u"Set [MESSAGGI] NUMMSG to " + all + u".");
         }
     }
 
@@ -217,11 +190,11 @@ private:
 
     void database()
     {
-        keys(databaseKeys);
-        messages(databaseMessages);
-        std::u16string connection = settings_.find("SERVER", "CONNECT").value_or(u"");
-        std::u16string user = settings_.find("SERVER", "USERNAME").value_or(u"");
-        std::u16string password = settings_.find("SERVER", "PASSWORD").value_or(u"");
+        settings(Kind::database);
+        messages(Kind::database);
+        std::u16string connection = value(site::setting(u"SERVER", u"CONNECT"));
+        std::u16string user = value(site::setting(u"SERVER", u"USERNAME"));
+        std::u16string password = value(site::setting(u"SERVER", u"PASSWORD"));
         if (connection.empty()) {
             report_.finding(u"[SERVER] CONNECT is empty.", u"Write there how the database is reached.");
             return;
@@ -245,24 +218,19 @@ private:
 
     void tables(const std::shared_ptr<Connection>& connection)
     {
-        const std::pair<const char16_t*, std::vector<const char16_t*>> tables[] = {
-            {u"TABBIBLIOTECHE", {u"CODBIB", u"DESCR", u"FLGMOVIM"}},
-            {u"POSSEDUTO", {u"CODBIB", u"INVENTARIO", u"STATO", u"FLGSERV", u"COLLOCAZIONE"}},
-            {u"MOVIMENTI", {u"CODBIB", u"INVENTARIO", u"FLGCHIUSO", u"LIVSOLL", u"DATA_SCAD", u"DATA"}},
-            {u"TABBLOCCOMAT", {u"CODBLOCMAT", u"MESSAGGIO"}},
-        };
         report_.section(u"Database", {u"Table", u"Columns", u""});
-        for (const auto& [table, columns] : tables) {
+        for (const auto& [name, columns] : site::tables) {
+            const std::u16string table(name);
             const bool there = canRead(connection, u"*", table);
             std::u16string found, missing;
-            for (const char16_t* const column : columns)
+            for (const std::u16string& column : split(columns, u", "))
                 appendTo(there && canRead(connection, column, table) ? found : missing, column);
             report_.fact({table, found, there && missing.empty() ? u"found" : u"MISSING " + missing});
             if (!there)
-                report_.finding(u"The table " + std::u16string(table) + u" is missing, or may not be read.",
+                report_.finding(u"The table " + table + u" is missing, or may not be read.",
                                 u"Create it, or let the user read it.");
             else if (!missing.empty())
-                report_.finding(u"The table " + std::u16string(table) + u" has no column " + missing + u".",
+                report_.finding(u"The table " + table + u" has no column " + missing + u".",
                                 u"Add it; examples/site/schema.sql has every column.");
         }
     }
@@ -270,33 +238,30 @@ private:
     static bool canRead(const std::shared_ptr<Connection>& connection, std::u16string_view column,
                         std::u16string_view table)
     {
-        try {
-            const auto rows = createRecordset();
-            rows->Open(u"SELECT " + std::u16string(column) + u" FROM " + std::u16string(table) +
-                           u" WHERE 1 = 0",
-                       connection, ado::cursorDynamic, ado::lockReadOnly, ado::commandText);
-            return true;
-        } catch (const RuntimeError&) {
-            return false;
-        }
+        return succeeds([&] {
+            createRecordset()->Open(u"SELECT " + std::u16string(column) + u" FROM " + std::u16string(table) +
+                                        u" WHERE 1 = 0",
+                                    connection, ado::cursorDynamic, ado::lockReadOnly, ado::commandText);
+        });
     }
 
     // --- "SQL" ---
 
     void gateway()
     {
-        keys(gatewayKeys);
-        messages(gatewayMessages);
-        const std::u16string timeout = settings_.find("CLIENT", "TIMEOUT").value_or(u"5");
-        if (isNumber(timeout) && Variant(timeout).toLong() > 2147483)
+        settings(Kind::gateway);
+        messages(Kind::gateway);
+        const std::u16string timeout = value(site::setting(u"CLIENT", u"TIMEOUT"));
+        if (isNumber(timeout, site::Form::number) &&
+            !succeeds([&] { deadlineAfter(Variant(timeout).toLong()); }))
             report_.finding(u"[CLIENT] TIMEOUT is too long: every question fails.",
-                            u"Use at most 2147483 seconds.");
-        const std::u16string path = settings_.find("CONFIG", "PATH").value_or(u"");
-        const std::u16string id = settings_.find("CLIENT", "ID").value_or(u"0");
+                            u"Write as many seconds as a reader would wait, for example 5.");
+        const std::u16string path = value(site::setting(u"CONFIG", u"PATH"));
+        const std::u16string id = value(site::setting(u"CLIENT", u"ID"));
         exchangeDirectory(path, u"[CONFIG] PATH");
-        std::u16string client = isNumber(id) ? text::decimal(Variant(id).toLong()) : u"0";
-        client.insert(0, client.size() < 3 ? 3 - client.size() : 0, u'0');
-        const fs::path late = fs::path(path) / (u"ZSQL_" + client + u".CL2");
+        if (!isNumber(id, site::Form::number))
+            return;
+        const fs::path late = fs::path(path) / site::gatewayFile(Variant(id).toLong(), site::answerExtension);
         if (fs::exists(late))
             report_.finding(u"An answer that nobody has waited for lies in " + late.u16string() + u".",
                             u"Delete it: the next question would take it as its answer.");
@@ -345,19 +310,13 @@ private:
 
     void parameterLines(const Parameters& parameters)
     {
-        static constexpr const char16_t* meanings[] = {
-            u"client number",        u"wait limit in seconds",
-            u"exchange directory",   u"(not used, a number)",
-            u"(not used, a number)", u"answer width",
-            u"(not used, a number)", u"(not used)",
-            u"(not used)",           u"(not used, a number)",
-            u"time-out text",        u"text for an empty answer",
-            u"(not used)",           u"local key and its answer; skipped group"};
+        constexpr std::size_t most = std::size(site::parameterLines);
         report_.section(u"Parameters in force", {u"Line", u"Meaning", u"Value"});
         const auto& lines = parameters.lines();
-        for (std::size_t i = 1; i <= std::min(lines.size(), std::size(meanings)); ++i)
-            report_.fact({decimal(i), meanings[i - 1], i == 14 ? lines[i - 1] : parameters.value(i)});
-        if (lines.size() < 14) {
+        for (std::size_t i = 1; i <= std::min(lines.size(), most); ++i)
+            report_.fact({decimal(i), std::u16string(site::parameterLines[i - 1].meaning),
+                          i == most ? lines[i - 1] : parameters.value(i)});
+        if (lines.size() < most) {
             const bool lineFeeds = !lines.empty() && lines[0].find(u'\n') != std::u16string::npos;
             report_.finding(u"CLIENT.PAR needs 14 parameter lines and has " + decimal(lines.size()) + u".",
                             lineFeeds
@@ -365,8 +324,9 @@ private:
                                 : u"Fill it up, with empty lines where nothing is used.");
             return;
         }
-        for (const std::size_t number : {4u, 5u, 6u, 7u, 10u})
-            if (!fits16Bits(parameters.value(number)))
+        for (std::size_t number = 1; number <= most; ++number)
+            if (site::parameterLines[number - 1].form == site::LineForm::integer &&
+                !fits16Bits(parameters.value(number)))
                 report_.finding(u"Line " + decimal(number) + u" of CLIENT.PAR is beyond 32767.",
                                 u"Write a smaller number, even where it is not used.");
         if (fits16Bits(parameters.value(6)) && numbers::leadingNumber(parameters.value(6)) < 3)
@@ -392,31 +352,30 @@ private:
         std::size_t count = 0;
         for (std::size_t i = 0; i < lines.size(); ++i) {
             const std::u16string_view trimmed = text::trim(lines[i]);
-            if (text::upper(trimmed.substr(0, 7)) != u"CODBIB=")
+            if (!text::equalsIgnoringCase(trimmed.substr(0, site::libraryKey.size()), site::libraryKey))
                 continue;
             const std::u16string name = u"Line " + decimal(i + 1) + u" of CLIENT.PAR";
-            const auto field = [&](std::size_t at, std::size_t length) {
-                return std::u16string(trimmed.size() > at ? trimmed.substr(at, length) : u"");
-            };
-            report_.fact({decimal(i + 1), field(7, 2), field(10, 2), field(13, trimmed.npos)});
-            if (i < 14)
+            const site::Library library = site::libraryOf(trimmed);
+            report_.fact({decimal(i + 1), library.code, library.group, library.name});
+            if (i < std::size(site::parameterLines))
                 report_.finding(name + u" is a library line among the 14 parameter lines.",
                                 u"Move it below line 14.");
-            if (!trimmed.starts_with(u"codbib=") || trimmed.size() != lines[i].size())
+            if (!trimmed.starts_with(site::libraryKey) || trimmed.size() != lines[i].size())
                 report_.finding(name + u" is a library line to one reader only.",
                                 u"Write codbib= in lower case, with nothing before it.");
-            if (trimmed.size() < 14)
+            if (library.name.empty())
                 report_.finding(name + u" has no library name: the library counts as not listed.",
                                 u"Write codbib=CC,GG,Name.");
-            if (!codes.insert(field(7, 2)).second)
-                report_.finding(name + u" repeats the library code " + field(7, 2) + u".",
+            if (!codes.insert(library.code).second)
+                report_.finding(name + u" repeats the library code " + library.code + u".",
                                 u"Take it out: the first one counts.");
             ++count;
         }
         if (count == 0)
             report_.finding(u"CLIENT.PAR lists no library.", u"Add lines codbib=CC,GG,Name below line 14.");
-        if (count > 10)
-            report_.finding(u"CLIENT.PAR lists " + decimal(count) + u" libraries; there is room for 10.",
+        if (count > site::mostLibraries)
+            report_.finding(u"CLIENT.PAR lists " + decimal(count) + u" libraries; there is room for " +
+                                decimal(site::mostLibraries) + u".",
                             u"Take out the others, or nothing can be asked.");
     }
 

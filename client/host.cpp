@@ -14,6 +14,8 @@
 #include "Input.h"
 #include "Parameters.h"
 #include "platform/runtime/Text.h"
+#include "site/Exchange.h"
+#include "site/Texts.h"
 
 namespace vqloan::client {
 
@@ -31,23 +33,21 @@ public:
                 line.remove_suffix(1);
             if (line.empty() || line.front() == u'#')
                 continue;
-            const auto fields = split(line, u"\t");
+            const auto fields = split(line, site::tab);
             if (fields.size() != 3)
                 throw std::runtime_error(
                     file + ", line " + std::to_string(number) +
                     ": library, inventory number and answer, with a TAB between, expected");
-            const std::u16string& inventory = fields[1];
-            answers_[fields[0] + inventory.substr(inventory.size() -
-                                                  std::min<std::size_t>(inventory.size(), 6))] = fields[2];
+            answers_[fields[0] + std::u16string(site::hostInventory(fields[1]))] = fields[2];
         }
     }
 
     // "WL,", two characters of library code, and the inventory number.
     std::u16string answer(std::u16string_view request) const
     {
-        if (!request.starts_with(u"WL,") || request.size() < 5)
+        if (!request.starts_with(site::commandStart) || request.size() < site::commandStart.size() + 2)
             return u"Richiesta non valida";
-        const std::u16string copy(request.substr(3));
+        const std::u16string copy(request.substr(site::commandStart.size()));
         for (const auto& key : {copy, copy.substr(0, 2) + u"*", std::u16string(u"**")})
             if (const auto found = answers_.find(key); found != answers_.end())
                 return found->second;
@@ -65,7 +65,7 @@ int host(const ServeOptions& options)
     const HostTable table(options.table);
     Exchange exchange(options.exchange.empty() ? Parameters(Site(options.site)).exchangeDirectory()
                                                : std::filesystem::path(options.exchange),
-                      "Z7000_", std::chrono::milliseconds(options.delay));
+                      site::hostPrefix, std::chrono::milliseconds(options.delay));
     exchange.serve([&table](std::u16string_view request,
                             bool whole) { return whole ? table.answer(request) : u"Richiesta non valida"; },
                    options.verbose);

@@ -156,7 +156,7 @@ TEST_P(Availability, TheRecordItself)
     }
     clock::setToday({});
 
-    const std::u16string marker(1, failureMarker);
+    const std::u16string marker(1, site::failureMarker);
     for (const auto& [start, length] : {std::pair<std::int16_t, std::int16_t>(0, 0), {-1, 2}, {1, -1}}) {
         std::u16string library = u"01X";
         svr.InvStart = start, svr.InvLen = length;

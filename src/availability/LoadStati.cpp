@@ -12,7 +12,7 @@ constexpr std::size_t entryLength = 40;
 std::u16string entryOf(const RecordsetVariable& row)
 {
     std::u16string entry = row.text(u"CODBLOCMAT");
-    entry.append(u"\t").append(row.text(u"MESSAGGIO"));
+    entry.append(site::tab).append(row.text(u"MESSAGGIO"));
     entry.resize(entryLength, u' ');
     return entry;
 }

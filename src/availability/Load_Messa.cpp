@@ -8,11 +8,11 @@ void DispSvr::Load_Messa()
 {
     InitIni(); // has recorded its failure itself; the reads below then fail or give their defaults
     TabMessa.assign(1, {});
-    const std::int16_t count = settings::readInteger(Ini, u"MESSAGGI", u"NUMMSG", 1);
+    const std::int16_t count = settings::readInteger(Ini, site::setting(u"MESSAGGI", u"NUMMSG"));
     for (int number = 1; number <= count; ++number) {
         std::u16string line = text::decimal(number);
-        const std::u16string message = settings::readText(Ini, u"MESSAGGI", line, u"");
-        TabMessa.push_back(line.append(u"\t").append(message));
+        const std::u16string message = settings::readText(Ini, site::messageText(line));
+        TabMessa.push_back(line.append(site::tab).append(message));
     }
 }
 

@@ -8,6 +8,7 @@
 #include "platform/runtime/Clock.h"
 #include "platform/runtime/Numbers.h"
 #include "platform/runtime/Text.h"
+#include "site/Messages.h"
 
 namespace vqloan {
 
@@ -15,21 +16,8 @@ namespace {
 
 using namespace std::string_view_literals;
 
-constexpr std::u16string_view tab = u"\t";
-
-// Message codes: what the site's texts say of a copy.
-namespace message {
-constexpr auto noStatusText = u"1"sv;
-constexpr auto available = u"2"sv;
-constexpr auto overdue = u"3"sv;
-constexpr auto onLoan = u"4"sv;
-constexpr auto noShelfMark = u"5"sv;
-constexpr auto discardedShelfMark = u"6"sv;
-constexpr auto reminded = u"7"sv;
-constexpr auto noMovementsKept = u"8"sv;
-constexpr auto notHeld = u"10"sv;
-constexpr auto outOfService = u"11"sv;
-} // namespace message
+using site::Message;
+using site::tab;
 
 template <class... Pieces> std::u16string join(const Pieces&... pieces)
 {
@@ -115,12 +103,12 @@ bool keepsNoMovements(const RecordsetVariable& library)
 // What the record says of an open movement.
 std::u16string loanText(const RecordsetVariable& movement, const CodeTable& messages)
 {
-    const auto text = [&](std::u16string_view code) { return DispSvr::Find_Messa(code, messages); };
+    const auto text = [&](Message message) { return DispSvr::Find_Messa(codeOf(message), messages); };
     if (isPositive(movement.text(u"LIVSOLL"sv)))
-        return join(text(message::reminded), tab, tab);
+        return join(text(Message::reminded), tab, tab);
     if (clock::today() > movement.value(u"DATA_SCAD"sv).toDate())
-        return join(text(message::overdue), tab, tab);
-    return join(text(message::onLoan), tab, dayMonthYear(movement.value(u"DATA"sv)), tab);
+        return join(text(Message::overdue), tab, tab);
+    return join(text(Message::onLoan), tab, dayMonthYear(movement.value(u"DATA"sv)), tab);
 }
 
 } // namespace
@@ -133,7 +121,7 @@ std::u16string DispSvr::Make_LstDispo(std::u16string_view Inv, std::u16string& B
     try {
         if (!IsConnected() || Inv.empty())
             return {};
-        const auto text = [this](std::u16string_view code) { return Find_Messa(code, TabMessa); };
+        const auto text = [this](Message message) { return Find_Messa(codeOf(message), TabMessa); };
 
         const std::u16string inventory = quoted(part(Inv, InvStart, InvLen));
         Bib = part(Bib, BibStart, BibLen); // stays shortened, whatever fails from here on
@@ -141,13 +129,13 @@ std::u16string DispSvr::Make_LstDispo(std::u16string_view Inv, std::u16string& B
 
         movements.open(libraryStatement(library), Conn);
         if (keepsNoMovements(movements))
-            return join(description(movements, Bib), tab, text(message::noMovementsKept), tab, tab);
+            return join(description(movements, Bib), tab, text(Message::noMovementsKept), tab, tab);
 
         movements.release();
         movements.open(movementsStatement(library, inventory), Conn);
         holdings.open(holdingsStatement(library, inventory), Conn);
         if (holdings->Eof())
-            return join(tab, text(message::notHeld), tab, tab);
+            return join(tab, text(Message::notHeld), tab, tab);
 
         std::u16string record = description(holdings, Bib) + u'\t';
         const std::u16string status = trimmedRight(holdings.text(u"STATO"sv));
@@ -156,21 +144,21 @@ std::u16string DispSvr::Make_LstDispo(std::u16string_view Inv, std::u16string& B
 
         record += tab;
         if (outOfService || isPositive(status)) {
-            const auto reason = outOfService ? text(message::outOfService) : Find_Messa(status, TabStati);
+            const auto reason = outOfService ? text(Message::outOfService) : Find_Messa(status, TabStati);
             if (!reason.empty())
                 return join(record, reason, tab, tab);
-            record += text(message::noStatusText); // directly in front of whatever else is found
+            record += text(Message::noStatusText); // directly in front of whatever else is found
         }
         if (text::upper(shelfMark.substr(0, 3)) == u"SC ")
-            return join(record, text(message::discardedShelfMark), tab);
+            return join(record, text(Message::readingRoom), tab);
         if (shelfMark.empty())
-            return join(record, text(message::noShelfMark), tab);
+            return join(record, text(Message::noShelfMark), tab);
         if (!movements->Eof())
             return record + loanText(movements, TabMessa);
-        return join(record, text(message::available), tab);
+        return join(record, text(Message::available), tab);
     } catch (...) {
         recordFailure(longSource, u".Make_LstDispo, ");
-        return {failureMarker};
+        return {site::failureMarker};
     }
 }
 

@@ -4,11 +4,14 @@
 #include <iterator>
 #include <utility>
 
+#include "site/Texts.h"
+
 namespace vqloan {
 
 namespace {
 
-constexpr std::u16string_view lineEnd = u"\r\n";
+using site::lineEnd;
+
 constexpr std::size_t lastPosition = 32767;
 
 } // namespace
@@ -37,7 +40,7 @@ OtherGroup::Place OtherGroup::search(std::u16string_view key, Int16 n) const
 void OtherGroup::insert(Place place, std::u16string line)
 {
     const std::size_t size = line.size() + lineEnd.size();
-    const std::size_t firstField = std::min(line.find(u'\t'), line.size());
+    const std::size_t firstField = std::min(line.find(site::tab), line.size());
     const auto inserted = near_.insert(place, Line{std::move(line), firstField});
     ascending_ = ascending_ && (inserted == near_.begin() || std::prev(inserted)->key() <= inserted->key()) &&
                  (place == near_.end() || inserted->key() <= place->key());

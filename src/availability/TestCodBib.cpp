@@ -4,11 +4,9 @@ namespace vqloan {
 
 std::u16string DispSvr::TestCodBib(std::u16string_view CodBib) const
 {
-    for (std::size_t row = 1; row < TabBib.size(); ++row) {
-        const auto& library = TabBib[row];
-        if (library[1] == CodBib)
-            return library[2] == SkipCode ? u"**" + library[3] : library[3];
-    }
+    for (const site::Library& library : TabBib)
+        if (library.code == CodBib)
+            return (library.group == SkipCode ? std::u16string(site::skippedMark) : u"") + library.name;
     return {};
 }
 

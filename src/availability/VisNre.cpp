@@ -19,10 +19,9 @@ namespace vqloan {
 
 namespace {
 
-constexpr std::u16string_view lineEnd = u"\r\n";
-constexpr std::u16string_view tab = u"\t";
-constexpr std::u16string_view notVerifiable = u"Disponibilità non verificabile";
-constexpr std::u16string_view notListed = u"Opera non posseduta dalla biblioteca";
+using site::Kind;
+using site::lineEnd;
+using site::tab;
 
 struct Item
 {
@@ -46,10 +45,10 @@ std::u16string describe(const Item& item)
     std::u16string description;
     const auto add = [&](std::u16string_view label, std::u16string_view value) {
         if (!value.empty())
-            DispSvr::AddField(description, std::u16string(label).append(value), u", ");
+            DispSvr::AddField(description, std::u16string(label).append(value), site::describedSeparator);
     };
-    add(u"Coll. ", item.shelfMark);
-    add(u"Inv. ", item.inventory);
+    add(site::shelfMarkLabel, item.shelfMark);
+    add(site::inventoryLabel, item.inventory);
     add(u"", item.note);
     return description;
 }
@@ -67,10 +66,10 @@ Checked check(const DispSvr& svr, const Item& item)
     Checked library;
     library.name = svr.TestCodBib(item.library);
     if (library.name.empty()) {
-        library.message = notListed;
+        library.message = site::notListed;
         library.skipped = true;
-    } else if (library.name.starts_with(u"**")) {
-        library.name.erase(0, 2);
+    } else if (library.name.starts_with(site::skippedMark)) {
+        library.name.erase(0, site::skippedMark.size());
         library.message = svr.SkipText;
         library.skipped = true;
     }
@@ -81,9 +80,10 @@ Checked check(const DispSvr& svr, const Item& item)
 
 std::u16string failureLine(const Item& item, std::u16string_view failure)
 {
-    std::u16string line = u"Codice Bibl. ";
-    line.append(item.library).append(tab).append(u"Coll. ").append(item.shelfMark);
-    line.append(u", Inv. ").append(item.inventory).append(tab).append(failure.substr(1));
+    std::u16string line(site::failedLabel);
+    line.append(item.library).append(tab).append(site::shelfMarkLabel).append(item.shelfMark);
+    line.append(site::describedSeparator).append(site::inventoryLabel).append(item.inventory);
+    line.append(tab).append(failure.substr(1));
     return line;
 }
 
@@ -97,9 +97,9 @@ public:
     {
         // A call that enters while the host is waited for may change DBType; this line is composed for the
         // kind that it began with.
-        const auto kind = svr_.DBType;
+        const auto kind = static_cast<Kind>(svr_.DBType);
         Item item = itemOf(requestLine);
-        if (kind == backend::host)
+        if (kind == Kind::host)
             addHostLine(item);
         else
             place(item, answerLine(item, kind));
@@ -124,12 +124,12 @@ private:
         if (!isOwn(item))
             searched = others_.search(library.name, number_);
 
-        std::u16string line = library.name + u'\t';
+        std::u16string line = library.name + tab.front();
         if (library.skipped) {
-            line.append(notVerifiable).append(tab).append(library.message).append(tab);
+            line.append(site::notVerifiable).append(tab).append(library.message).append(tab);
         } else {
             const std::u16string answer = svr_.CallDB(item.inventory, item.library, library.message);
-            if (isFailure(answer))
+            if (site::isFailure(answer))
                 line = failureLine(item, answer);
             else
                 line.append(answer).append(tab).append(library.message).append(tab);
@@ -140,14 +140,14 @@ private:
             others_.insert(searched ? *searched : others_.search(library.name, number_), std::move(line));
     }
 
-    std::u16string answerLine(Item& item, std::int16_t kind)
+    std::u16string answerLine(Item& item, Kind kind)
     {
         const std::u16string description = describe(item);
         const std::u16string answer = svr_.CallDB(item.inventory, item.library, {});
-        if (isFailure(answer))
+        if (site::isFailure(answer))
             return failureLine(item, answer);
         std::u16string line;
-        if (kind == backend::gateway || kind == backend::database) {
+        if (kind == Kind::gateway || kind == Kind::database) {
             line.reserve(2 * description.size() + item.library.size() + answer.size() + 4);
             line.append(description).append(tab).append(item.library).append(tab);
             line.append(description).append(answer);

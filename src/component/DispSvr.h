@@ -13,6 +13,9 @@
 #include "external/IniFile.h"
 #include "platform/automation/Variant.h"
 #include "platform/runtime/Int16.h"
+#include "site/HostFile.h"
+#include "site/Kind.h"
+#include "site/Texts.h"
 
 namespace vqloan {
 
@@ -20,47 +23,30 @@ namespace vqloan {
 // elements.
 using CodeTable = std::vector<std::u16string>;
 
-// One row per library; row 0 and column 0 are not used. Column 1 holds the library code, 2 its group code, 3
-// its name.
-using LibraryTable = std::array<std::array<std::u16string, 4>, 11>;
-
-// Values of DBType.
-namespace backend {
-inline constexpr std::int16_t none = 0;
-inline constexpr std::int16_t host = 1;     // "7000"
-inline constexpr std::int16_t gateway = 2;  // "SQL"
-inline constexpr std::int16_t database = 3; // "SQL2"
-} // namespace backend
-
-// First character of a result that reports a failure; the rest is the message to show.
-inline constexpr char16_t failureMarker = u'\0';
-inline bool isFailure(std::u16string_view result) noexcept
-{
-    return !result.empty() && result.front() == failureMarker;
-}
+using LibraryTable = std::array<site::Library, site::mostLibraries>;
 
 struct DispSvrFields
 {
-    std::u16string BibPosse;             // the component's own library; clients read and write it
-    std::int16_t DBType = backend::none; // back end in force; clients read and write it
-    CodeTable TabMessa;                  // message texts by number
-    LibraryTable TabBib;                 // libraries of the "7000" back end
-    std::u16string SkipCode;             // group whose libraries are not checked
-    std::u16string SkipText;             // answer for the libraries of that group
-    std::int16_t InvStart = 0;           // part of the inventory number to use: first position,
-    std::int16_t BibLen = 0;             //   (length of the library code's part; 0 = to the end)
-    std::int16_t BibStart = 0;           // part of the library code to use: first position
-    std::int16_t InvLen = 0;             //   (length of the inventory number's part; 0 = to the end)
-    std::u16string ExchPath;             // exchange directory of the "SQL" back end
-    std::int32_t ClientId = 0;           // number in the exchange files' names
-    std::int32_t ClientTimeout = 0;      // seconds to wait for an answer file
-    std::shared_ptr<Connection> Conn;    // database connection of the "SQL2" back end
-    std::int32_t ConnTimeout = 0;        // seconds; 0 or less: the provider's default
-    std::int32_t CmdTimeout = 0;         // seconds; 0 or less: the provider's default
-    std::int32_t CursorLoc = 0;          // 0 or less: the provider's default
-    std::u16string UserName;             // as resolved
-    std::u16string Password;             // as resolved
-    std::u16string ConnectStr;           // as resolved
+    std::u16string BibPosse;          // the component's own library; clients read and write it
+    std::int16_t DBType = 0;          // site::Kind of the back end in force; clients read and write it
+    CodeTable TabMessa;               // message texts by number
+    LibraryTable TabBib;              // libraries of the "7000" back end
+    std::u16string SkipCode;          // group whose libraries are not checked
+    std::u16string SkipText;          // answer for the libraries of that group
+    std::int16_t InvStart = 0;        // part of the inventory number to use: first position,
+    std::int16_t BibLen = 0;          //   (length of the library code's part; 0 = to the end)
+    std::int16_t BibStart = 0;        // part of the library code to use: first position
+    std::int16_t InvLen = 0;          //   (length of the inventory number's part; 0 = to the end)
+    std::u16string ExchPath;          // exchange directory of the "SQL" back end
+    std::int32_t ClientId = 0;        // number in the exchange files' names
+    std::int32_t ClientTimeout = 0;   // seconds to wait for an answer file
+    std::shared_ptr<Connection> Conn; // database connection of the "SQL2" back end
+    std::int32_t ConnTimeout = 0;     // seconds; 0 or less: the provider's default
+    std::int32_t CmdTimeout = 0;      // seconds; 0 or less: the provider's default
+    std::int32_t CursorLoc = 0;       // 0 or less: the provider's default
+    std::u16string UserName;          // as resolved
+    std::u16string Password;          // as resolved
+    std::u16string ConnectStr;        // as resolved
     std::int32_t OpenOptions = 0;
     std::shared_ptr<IniFile> Ini; // bound to SvrDisp.ini on first need, once
     CodeTable TabStati;           // texts of the blocked-material codes
@@ -137,8 +123,8 @@ public:
     static std::u16string_view GetField(std::u16string_view Text, std::u16string_view Sep, int Num);
 
     // Appends Item to List, with Sep between items; an empty item only when KeepEmpty.
-    static void AddField(std::u16string& List, std::u16string_view Item, std::u16string_view Sep = u"\r\n",
-                         bool KeepEmpty = false);
+    static void AddField(std::u16string& List, std::u16string_view Item,
+                         std::u16string_view Sep = site::lineEnd, bool KeepEmpty = false);
     // Equal without regard to case and trailing spaces.
     static bool SameText(std::u16string_view A, std::u16string_view B);
     // Position (from 1) of the N-th occurrence of Sep in Text, 0 when there is none. 6 "Overflow" beyond

@@ -11,7 +11,7 @@ bool DispSvr::InitIni() noexcept
             // Stored before it is bound: when binding fails the object stays, unbound, and is not tried
             // again.
             Ini = createIniFile();
-            Ini->SetFile(settings::pathOf(settings::iniFileName));
+            Ini->SetFile(settings::pathOf(site::settingsFile));
         }
         return false;
     } catch (...) {

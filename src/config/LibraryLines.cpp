@@ -10,30 +10,27 @@ namespace {
 
 bool isLibraryLine(std::u16string_view line)
 {
-    return text::upper(line.substr(0, 7)) == u"CODBIB=";
+    return text::equalsIgnoringCase(line.substr(0, site::libraryKey.size()), site::libraryKey);
 }
 
 } // namespace
 
-void storeLibraryLine(LibraryTable& table, std::int32_t row, std::u16string_view line)
+void storeLibraryLine(LibraryTable& table, std::size_t row, std::u16string_view line)
 {
-    if (row >= static_cast<std::int32_t>(table.size()))
+    if (row >= table.size())
         throw RuntimeError(Failure::SubscriptOutOfRange);
-    auto& fields = table[static_cast<std::size_t>(row)];
-    fields[1] = text::mid(line, 8, 2);
-    fields[2] = text::mid(line, 11, 2);
-    fields[3] = text::mid(line, 14);
+    table[row] = site::libraryOf(line);
 }
 
 void loadLibraryLines(std::int32_t fileNo, LibraryTable& table, std::u16string& skipCode,
                       std::u16string& skipText)
 {
-    std::int32_t row = 0;
+    std::size_t row = 0;
     std::u16string previous;
     while (!files::atEnd(fileNo)) {
         const std::u16string_view line = files::readLine(fileNo);
         if (isLibraryLine(line)) {
-            storeLibraryLine(table, ++row, line);
+            storeLibraryLine(table, row++, line);
             const auto equals = previous.find(u'=');
             if (!isLibraryLine(previous) && equals != std::u16string::npos) {
                 skipCode = previous.substr(0, equals);

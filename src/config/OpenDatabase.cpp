@@ -18,6 +18,8 @@ namespace {
 
 using settings::readLong;
 using settings::readText;
+using site::Kind;
+using site::setting;
 
 // A failure that the opening finds itself; whatever caused it has recorded its own details.
 struct FoundFailure
@@ -29,46 +31,44 @@ void require(bool succeeded)
         throw FoundFailure{};
 }
 
-std::u16string kindOf(const Variant& connectString)
+Kind kindOf(const Variant& connectString)
 {
     const std::u16string upper = text::upper(connectString.toText());
-    return std::u16string(text::trim(upper));
+    return site::kindNamed(text::trim(upper));
 }
 
 void openHost(DispSvr& svr, std::int32_t& fileNo)
 {
-    svr.DBType = backend::host;
     svr.BibPosse = u"00";
     fileNo = files::freeNumber();
-    files::openForReading(fileNo, settings::pathOf(settings::hostFileName));
+    files::openForReading(fileNo, settings::pathOf(site::hostFile));
     settings::loadLibraryLines(fileNo, svr.TabBib, svr.SkipCode, svr.SkipText);
     files::close(fileNo);
 }
 
 void openGateway(DispSvr& svr)
 {
-    svr.DBType = backend::gateway;
     svr.Load_Messa();
-    svr.ExchPath = readText(svr.Ini, u"CONFIG", u"PATH", u"");
-    svr.ClientId = readLong(svr.Ini, u"CLIENT", u"ID", 0);
-    svr.ClientTimeout = readLong(svr.Ini, u"CLIENT", u"TIMEOUT", 5);
+    svr.ExchPath = readText(svr.Ini, setting(u"CONFIG", u"PATH"));
+    svr.ClientId = readLong(svr.Ini, setting(u"CLIENT", u"ID"));
+    svr.ClientTimeout = readLong(svr.Ini, setting(u"CLIENT", u"TIMEOUT"));
 }
 
 void readServerSettings(DispSvr& svr)
 {
-    svr.ConnectStr = readText(svr.Ini, u"SERVER", u"CONNECT", u"");
+    svr.ConnectStr = readText(svr.Ini, setting(u"SERVER", u"CONNECT"));
     require(settings::resolveAll(svr.ConnectStr));
-    svr.ConnTimeout = readLong(svr.Ini, u"SERVER", u"TIMEOUT", 0);
-    svr.CmdTimeout = readLong(svr.Ini, u"SERVER", u"COMMTIMEOUT", 0);
-    svr.CursorLoc = readLong(svr.Ini, u"SERVER", u"CURSOR", 0);
-    svr.OpenOptions = readLong(svr.Ini, u"SERVER", u"OPTIONS", -1);
-    svr.UserName = readText(svr.Ini, u"SERVER", u"USERNAME", u"");
+    svr.ConnTimeout = readLong(svr.Ini, setting(u"SERVER", u"TIMEOUT"));
+    svr.CmdTimeout = readLong(svr.Ini, setting(u"SERVER", u"COMMTIMEOUT"));
+    svr.CursorLoc = readLong(svr.Ini, setting(u"SERVER", u"CURSOR"));
+    svr.OpenOptions = readLong(svr.Ini, setting(u"SERVER", u"OPTIONS"));
+    svr.UserName = readText(svr.Ini, setting(u"SERVER", u"USERNAME"));
     require(settings::resolveWhole(svr.UserName));
-    svr.Password = readText(svr.Ini, u"SERVER", u"PASSWORD", u"");
+    svr.Password = readText(svr.Ini, setting(u"SERVER", u"PASSWORD"));
     require(settings::resolveWhole(svr.Password));
-    settings::readPositionPair(readText(svr.Ini, u"SERVER", u"INVENTARIO", u"3"), settings::WhenEmpty::fail,
-                               svr.InvStart, svr.InvLen);
-    settings::readPositionPair(readText(svr.Ini, u"SERVER", u"BIBLIOTECA", u""),
+    settings::readPositionPair(readText(svr.Ini, setting(u"SERVER", u"INVENTARIO")),
+                               settings::WhenEmpty::fail, svr.InvStart, svr.InvLen);
+    settings::readPositionPair(readText(svr.Ini, setting(u"SERVER", u"BIBLIOTECA")),
                                settings::WhenEmpty::keepStart, svr.BibStart, svr.BibLen);
 }
 
@@ -90,7 +90,6 @@ void connect(DispSvr& svr)
 
 void openLibraryDatabase(DispSvr& svr)
 {
-    svr.DBType = backend::database;
     svr.Load_Messa();
     readServerSettings(svr);
     connect(svr);
@@ -105,12 +104,14 @@ bool DispSvr::OpenDatabase(const Variant& ConnectString) noexcept
     std::int32_t fileNo = 0;
     bool failed = false;
     try {
-        const std::u16string kind = kindOf(ConnectString);
-        if (kind == u"7000")
+        const Kind kind = kindOf(ConnectString);
+        if (kind != Kind::none)
+            DBType = static_cast<std::int16_t>(kind);
+        if (kind == Kind::host)
             openHost(*this, fileNo);
-        else if (kind == u"SQL")
+        else if (kind == Kind::gateway)
             openGateway(*this);
-        else if (kind == u"SQL2")
+        else if (kind == Kind::database)
             openLibraryDatabase(*this);
     } catch (const FoundFailure&) {
         recordSourceOnly(longSource, procedure);

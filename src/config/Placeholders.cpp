@@ -2,8 +2,11 @@
 
 #include "component/RecordError.h"
 #include "external/SysTools.h"
+#include "site/Settings.h"
 
 namespace vqloan::settings {
+
+using site::placeholderSign;
 
 bool resolveAll(std::u16string& text)
 {

@@ -5,8 +5,6 @@
 
 namespace vqloan::settings {
 
-inline constexpr char16_t placeholderSign = u'\u00A7';
-
 // Resolves every placeholder anywhere in the text, in place; a "§" without a second one stays. False when one
 // cannot be resolved: the text then holds what was resolved before it.
 [[nodiscard]] bool resolveAll(std::u16string& text);

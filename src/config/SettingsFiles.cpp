@@ -11,22 +11,28 @@ std::u16string pathOf(std::u16string_view fileName)
     return sysTools().DirSlash(directory).append(fileName);
 }
 
-std::u16string readText(std::shared_ptr<IniFile>& ini, std::u16string_view section, std::u16string_view key,
-                        std::u16string_view byDefault)
+std::u16string readText(std::shared_ptr<IniFile>& ini, const site::Setting& setting)
 {
-    return sysTools().ReadIni(section, key, byDefault, ini).toText();
+    return sysTools().ReadIni(setting.section, setting.key, setting.byDefault, ini).toText();
 }
 
-std::int32_t readLong(std::shared_ptr<IniFile>& ini, std::u16string_view section, std::u16string_view key,
-                      std::int16_t byDefault)
+namespace {
+
+Variant readNumber(std::shared_ptr<IniFile>& ini, const site::Setting& setting)
 {
-    return sysTools().ReadIni(section, key, byDefault, ini).toLong();
+    return sysTools().ReadIni(setting.section, setting.key, Variant(setting.byDefault).toInteger(), ini);
 }
 
-std::int16_t readInteger(std::shared_ptr<IniFile>& ini, std::u16string_view section, std::u16string_view key,
-                         std::int16_t byDefault)
+} // namespace
+
+std::int32_t readLong(std::shared_ptr<IniFile>& ini, const site::Setting& setting)
 {
-    return sysTools().ReadIni(section, key, byDefault, ini).toInteger();
+    return readNumber(ini, setting).toLong();
+}
+
+std::int16_t readInteger(std::shared_ptr<IniFile>& ini, const site::Setting& setting)
+{
+    return readNumber(ini, setting).toInteger();
 }
 
 } // namespace vqloan::settings

@@ -1,3 +1,5 @@
+#include <span>
+
 #include "component/DispSvr.h"
 #include "component/RecordError.h"
 #include "config/SettingsFiles.h"
@@ -5,49 +7,51 @@
 #include "platform/runtime/TextFiles.h"
 #include "request/HostExchange.h"
 #include "request/HostParameters.h"
+#include "site/Exchange.h"
 
-// The exchange with the legacy host, in the directory that CLIENT.PAR names, for the two-character client
-// number nn:
-//
-//   Z7000_nn.CL1  request: "WL,", library code, inventory number, CR LF, nothing in between; stays there
-//   Z7000_nn.CL2  answer: its first line; stays there until the next request
+// The exchange with the legacy host, in the directory that CLIENT.PAR names. The request file stays where it
+// is, the answer file until the next request.
 
 namespace vqloan {
 
 namespace {
 
-constexpr std::int32_t fileNo = 1;
-constexpr std::u16string_view command = u"WL,";
+using site::commandStart;
 
-// "WL,inventory,library" as the line to send. The library code goes through the first `rows` rows of the
-// table: a group code is replaced by that row's library code, and the rows after it are tried with the new
-// code.
-std::u16string lineToSend(std::u16string_view request, const LibraryTable& table, std::int32_t rows)
+constexpr std::int32_t fileNo = 1;
+
+// "WL,inventory,library" as the line to send, "WL,library inventory" without the blank. Where the library
+// code is the group of one of the first `rows` rows, that row's library code takes its place; the rows after
+// it are compared with the new code.
+std::u16string lineToSend(std::u16string_view request, const LibraryTable& table, std::size_t rows)
 {
     std::u16string line(request);
-    const auto comma = request.find(u',', command.size());
-    if (request.starts_with(command) && comma != std::u16string_view::npos) {
+    const auto comma = request.find(u',', commandStart.size());
+    if (request.starts_with(commandStart) && comma != std::u16string_view::npos) {
         std::u16string library(request.substr(comma + 1));
-        for (std::int32_t row = 1; row <= rows; ++row) {
-            const auto& fields = table[static_cast<std::size_t>(row)];
-            if (fields[2] == library)
-                library = fields[1];
-        }
-        line.assign(command).append(library);
-        line.append(request.substr(command.size(), comma - command.size()));
+        for (const site::Library& row : std::span(table).first(rows))
+            if (row.group == library)
+                library = row.code;
+        line.assign(commandStart).append(library);
+        line.append(request.substr(commandStart.size(), comma - commandStart.size()));
     }
     return std::u16string(text::trim(line));
 }
 
 bool isAnsweredHere(std::u16string_view line, std::u16string_view localKey)
 {
-    return line.find(std::u16string(command).append(localKey)) != std::u16string_view::npos;
+    return line.find(std::u16string(commandStart).append(localKey)) != std::u16string_view::npos;
 }
 
 std::u16string askHost(const HostParameters& parameters, std::u16string_view line)
 {
-    const std::u16string name = parameters.directory + u"Z7000_" + parameters.clientNumber;
-    HostExchange exchange(name + u".CL1", name + u".CL2", parameters.waitLimit);
+    const auto file = [&](std::u16string_view extension) {
+        return std::u16string(parameters.directory)
+            .append(site::hostPrefix)
+            .append(parameters.clientNumber)
+            .append(extension);
+    };
+    HostExchange exchange(file(site::requestExtension), file(site::answerExtension), parameters.waitLimit);
     return exchange.ask(line).value_or(parameters.timeOutText);
 }
 
@@ -57,7 +61,7 @@ std::u16string withoutTabs(std::u16string_view answer)
     std::u16string line;
     line.reserve(answer.size());
     for (const char16_t unit : answer) {
-        if (unit != u'\t') {
+        if (unit != site::tab.front()) {
             line += unit;
             continue;
         }
@@ -76,9 +80,9 @@ bool DispSvr::Call7000(std::u16string_view Req, std::u16string& Answer) noexcept
     try {
         const std::u16string request = text::upper(Req);
 
-        files::openForReading(fileNo, settings::pathOf(settings::hostFileName));
+        files::openForReading(fileNo, settings::pathOf(site::hostFile));
         const HostParameters parameters = readHostParameters(fileNo);
-        const std::int32_t libraries = readHostLibraries(fileNo, TabBib);
+        const std::size_t libraries = readHostLibraries(fileNo, TabBib);
         files::close(fileNo);
 
         const std::u16string line = lineToSend(request, TabBib, libraries);

@@ -1,29 +1,24 @@
 #include "component/DispSvr.h"
 #include "external/SysTools.h"
+#include "site/Exchange.h"
 
 namespace vqloan {
 
+using site::Kind;
+
 namespace {
 
-// The legacy host knows inventory numbers by their last six characters.
-std::u16string hostRequest(std::u16string_view inventory, std::u16string_view library)
+std::u16string failure(std::u16string_view message, std::u16string_view detail = {})
 {
-    const auto last = inventory.substr(inventory.size() - std::min<std::size_t>(inventory.size(), 6));
-    return std::u16string(u"WL,").append(last).append(u",").append(library);
-}
-
-std::u16string failure(std::u16string_view message)
-{
-    return std::u16string(1, failureMarker).append(message);
+    return std::u16string(1, site::failureMarker).append(message).append(detail);
 }
 
 // Moves the text before the answer's first TAB to the library code.
 void split(std::u16string& answer, std::u16string& library)
 {
-    const auto found = answer.find(u'\t');
-    if (found == std::u16string::npos)
+    const Int16 position = DispSvr::FindNth(answer, site::tab, 1);
+    if (position == 0)
         return;
-    const Int16 position = found + 1;
     library.assign(answer, 0, static_cast<std::size_t>(position - 1));
     answer.erase(0, static_cast<std::size_t>(position));
 }
@@ -33,23 +28,23 @@ void split(std::u16string& answer, std::u16string& library)
 std::u16string DispSvr::CallDB(std::u16string_view Inv, std::u16string& Bib, std::u16string_view /*Note*/)
 {
     std::u16string answer;
-    switch (DBType) {
-    case backend::host:
-        if (!Call7000(hostRequest(Inv, Bib), answer))
+    switch (static_cast<Kind>(DBType)) {
+    case Kind::host:
+        if (!Call7000(site::requestLine(site::command, site::hostInventory(Inv), Bib), answer))
             return answer; // a host's answer is a text, not a record: it stays whole
         break;
-    case backend::gateway:
-        if (CallSql(u"WL", Inv, Bib, answer))
-            return failure(u"Errore nei parametri");
+    case Kind::gateway:
+        if (CallSql(site::command, Inv, Bib, answer))
+            return failure(site::gatewayFailed);
         break;
-    case backend::database:
+    case Kind::database:
         answer = Make_LstDispo(Inv, Bib);
-        if (answer.size() == 1 && isFailure(answer)) {
+        if (answer.size() == 1 && site::isFailure(answer)) {
             std::int32_t zero = 0;
-            return failure(u"ERRORE: " + sysTools().ErrorText(Variant::missing(), zero));
+            return failure(site::databaseFailed, sysTools().ErrorText(Variant::missing(), zero));
         }
         break;
-    default: // no back end is open
+    case Kind::none:
         break;
     }
     split(answer, Bib);

@@ -1,11 +1,4 @@
-// CLIENT.PAR as the legacy host call reads it: fourteen parameter lines by position, then the library lines.
-//
-//    1  client number                                       11  time-out text
-//    2  wait limit, in seconds                              12  empty-answer text
-//    3  exchange directory, ending in its path separator    14  "local key=local answer"
-//    6  answer width                                        4, 5, 7 to 10, 13  read, not used
-//
-// The value of a line is what follows its first "=", or the whole line without one.
+// CLIENT.PAR as the legacy host call reads it: the parameter lines, then the library lines.
 #pragma once
 
 #include <cstdint>
@@ -20,8 +13,8 @@ struct HostParameters
 {
     std::u16string clientNumber; // two characters
     float waitLimit = 0;         // seconds
-    std::u16string directory;
-    Int16 width; // answers are cut to this less 2
+    std::u16string directory;    // ends in its path separator
+    Int16 width;                 // answers are cut to this less 2
     std::u16string timeOutText;
     std::u16string emptyText;
     std::u16string localKey;    // a library code that is answered here,
@@ -32,8 +25,8 @@ struct HostParameters
 // range, 5 for a line 14 without "=".
 HostParameters readHostParameters(std::int32_t fileNo);
 
-// Reads the lines that follow; those that begin with "codbib=" (in lower case, after trimming) go into the
-// table, from row 1. Gives their number. 9 when the table has no row left.
-std::int32_t readHostLibraries(std::int32_t fileNo, LibraryTable& table);
+// Reads the lines that follow. Those that begin with "codbib=", in lower case and trimmed, go into the table
+// from its first row on. Gives their number. 9 when the table has no row left.
+std::size_t readHostLibraries(std::int32_t fileNo, LibraryTable& table);
 
 } // namespace vqloan

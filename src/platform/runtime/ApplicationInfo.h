@@ -20,9 +20,8 @@ public:
     // The loaded file itself, absolute.
     const std::u16string& file() const noexcept { return file_; }
 
-    // For tests and benchmarks, which hold the code in a program of their own: another file to be taken for
-    // the loaded one, by instances created afterwards on any thread and by the calling thread's; the empty
-    // text ends that.
+    // For programs that hold the code themselves: another file to be taken for the loaded one, by instances
+    // created afterwards on any thread and by the calling thread's; the empty text ends that.
     static void pretendFile(const std::u16string& file);
 
 private:
