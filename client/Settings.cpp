@@ -1,6 +1,9 @@
 #include "Settings.h"
 
+#include <stdexcept>
+
 #include "external/SysTools.h"
+#include "platform/runtime/RuntimeError.h"
 #include "platform/runtime/Text.h"
 
 namespace vqloan::client {
@@ -14,8 +17,12 @@ std::optional<std::u16string> Settings::find(const site::Setting& setting) const
 {
     // No line of a settings file can hold this.
     const std::u16string absent = u"\n";
-    std::u16string value = sysTools().ReadIni(setting.section, setting.key, absent, file_).toText();
-    return value == absent ? std::nullopt : std::optional(std::move(value));
+    try {
+        std::u16string value = sysTools().ReadIni(setting.section, setting.key, absent, file_).toText();
+        return value == absent ? std::nullopt : std::optional(std::move(value));
+    } catch (const RuntimeError& error) {
+        throw std::runtime_error("SvrDisp.ini cannot be read: " + text::toUtf8(error.description));
+    }
 }
 
 std::string Settings::text(const site::Setting& setting) const

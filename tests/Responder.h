@@ -42,6 +42,16 @@ inline Responder::Reply whole(const std::string& bytes)
     };
 }
 
+// Half of it at once and the rest later, as a counterpart may that does not rename.
+inline Responder::Reply inPieces(const std::string& half, const std::string& rest)
+{
+    return [=](const std::string&, const std::filesystem::path& answer) {
+        write(answer, half);
+        std::this_thread::sleep_for(std::chrono::milliseconds(60));
+        std::ofstream(answer, std::ios::binary | std::ios::app) << rest;
+    };
+}
+
 inline Responder::Reply after(int milliseconds, const Responder::Reply& reply)
 {
     return [=](const std::string& request, const std::filesystem::path& answer) {

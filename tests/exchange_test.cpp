@@ -55,6 +55,7 @@ TEST_F(Gateway, Answers)
     const Answered cases[] = {
         {"record", whole("01\tA\tB\r\nrest"), "Inv. X9|01|Inv. X9A|B||\n"},
         {"late, without a line end", after(300, whole("Civica\tA")), "Inv. X9|Civica|Inv. X9A||\n"},
+        {"in pieces", inPieces("Civica", "\tA\r\n"), "Inv. X9|Civica|Inv. X9A||\n"},
         {"no TAB", whole("A B"), "Inv. X9|01|Inv. X9A B||\n"},
         {"TAB at the end", whole("05\t\r\n"), "Inv. X9|05|Inv. X9||\n"},
         {"empty line", whole("\r\n"), "Inv. X9|01|Inv. X9||\n"},
@@ -140,11 +141,6 @@ void echo(const std::string& line, const std::filesystem::path& file)
 
 TEST_F(Host, Answers)
 {
-    const Responder::Reply inPieces = [](const std::string&, const std::filesystem::path& file) {
-        write(file, ""); // nothing to read yet: the wait goes on
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-        write(file, "Disponibile\r\n");
-    };
     const Answered cases[] = {
         {"text", whole("Disponibile\r\nrest"), "Disponibile"},
         {"blanks around", whole("  In sede "), "In sede"},
@@ -152,7 +148,7 @@ TEST_F(Host, Answers)
         {"cut to the width", whole(std::string(39, 'x')), std::string(38, 'x')},
         {"empty line", whole("\r\n"), "Vuoto"},
         {"only blanks is not empty", whole("  \r\n"), ""},
-        {"an empty file at first", inPieces, "Disponibile"},
+        {"an empty file at first", inPieces("", "Disponibile\r\n"), "Disponibile"},
         {"characters above 127", whole("gi\xE0\r\n"), "già"},
         {"starts with code 0", whole(std::string("\0rotto", 6)), "~"},
         {"too late", after(1500, whole("zu spät")), "Non risponde"},

@@ -21,7 +21,7 @@ std::u16string exchangeFile(DispSvr& svr, std::u16string_view extension)
 
 void writeRequest(std::int32_t fileNo, std::u16string_view path, std::u16string_view line)
 {
-    files::openForWriting(fileNo, path);
+    files::openForWriting(fileNo, path, files::Place::shared);
     files::writeLine(fileNo, line);
     files::close(fileNo);
 }
@@ -33,7 +33,7 @@ bool awaitAnswer(std::u16string& path, std::int32_t deadline, std::int32_t& file
     do {
         if (sysTools().FileExists(path)) {
             fileNo = files::freeNumber();
-            files::openForReading(fileNo, path);
+            files::openForReading(fileNo, path, files::Place::shared);
             answer = files::readLine(fileNo);
             files::close(fileNo);
             files::remove(path);

@@ -48,7 +48,7 @@ void HostExchange::send(std::u16string_view line)
         files::remove(answerFile_); // an answer to an earlier request must not be taken for this one's
     } catch (const RuntimeError&) { // normally there is none
     }
-    files::openForWriting(fileNo, requestFile_);
+    files::openForWriting(fileNo, requestFile_, files::Place::shared);
     files::writeLine(fileNo, line);
     files::close(fileNo);
 }

@@ -1,5 +1,6 @@
 // What the runtime makes of this system's failures, time zone and loaded files.
 #include <cmath>
+#include <csignal>
 #include <cstdlib>
 #include <functional>
 #include <tuple>
@@ -9,7 +10,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "Site.h"
+#include "FailureOf.h"
+#include "ScratchDirectory.h"
 #include "platform/runtime/ApplicationInfo.h"
 #include "platform/runtime/Clock.h"
 #include "platform/runtime/TextFiles.h"
@@ -74,18 +76,49 @@ TEST(TextFiles, EveryFailureHasItsNumber)
 
 TEST(TextFiles, AFullDeviceIsToldAtTheLatestWhenTheFileIsClosed)
 {
-    files::openForWriting(1, u"/dev/full");
+    const ScratchDirectory scratch;
+    rlimit limit{};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &limit), 0);
+    const rlimit full{0, limit.rlim_max};
+    const auto killed = std::signal(SIGXFSZ, SIG_IGN);
+    files::openForWriting(1, scratch.file("f"));
     files::writeLine(1, u"x");
+    ::setrlimit(RLIMIT_FSIZE, &full);
     EXPECT_EQ(failureOf([] { files::close(1); }).number, 61);
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+    std::signal(SIGXFSZ, killed);
     EXPECT_EQ(files::freeNumber(), 1); // free all the same
+}
 
-    Site site;
-    site.settings("[CONFIG]\nPATH=" + site.directory.path().string() + "\n[CLIENT]\nID=7\nTIMEOUT=1\n");
-    create_symlink(std::filesystem::path("/dev/full"), site.directory / "ZSQL_007.CL1");
-    Client desk = site.client();
-    ASSERT_FALSE(desk.open("SQL"));
-    EXPECT_EQ(desk.ask("01|A|1"), "Codice Bibl. 01|Coll. A, Inv. 1|Errore nei parametri\n");
-    EXPECT_EQ(desk.failure().number, 61);
+// What strangers put in the place of the files of an exchange: it is neither written nor waited for.
+TEST(TextFiles, OfStrangersInASharedDirectory)
+{
+    const ScratchDirectory scratch;
+    const std::u16string own = writtenTo(scratch, "own", "mine");
+    create_symlink(scratch / "own", scratch / "link");
+    create_symlink(scratch / "nowhere", scratch / "dangling");
+    create_symlink("/dev/full", scratch / "device");
+    create_directory(scratch / "directory");
+    ASSERT_EQ(::mkfifo((scratch / "fifo").c_str(), 0600), 0);
+    for (const char* name : {"link", "dangling", "device", "directory", "fifo"}) {
+        const std::u16string path = scratch.file(name);
+        EXPECT_EQ(failureOf([&] { files::openForWriting(1, path, files::Place::shared); }).number, 75)
+            << name;
+        EXPECT_EQ(failureOf([&] { files::openForReading(1, path, files::Place::shared); }).number, 75)
+            << name;
+        EXPECT_FALSE(files::tryOpenForReading(1, path)) << name;
+    }
+    EXPECT_EQ(read(scratch / "own"), "mine");
+    EXPECT_FALSE(exists(scratch / "nowhere"));
+    files::openForReading(1, scratch.file("link")); // one of its own owner's
+    EXPECT_EQ(files::readLine(1), u"mine");
+
+    for (const auto& [size, number] : {std::pair(files::longestSharedLine, 0), {1 << 28, 6}}) {
+        resize_file(scratch / "own", size); // costs a full line, and no more
+        files::openForReading(2, own, files::Place::shared);
+        EXPECT_EQ(failureOf([] { files::readLine(2); }).number, number) << size;
+        files::closeAll();
+    }
 }
 
 TEST(Clock, TodayFollowsTheTimeZone)

@@ -4,6 +4,9 @@
 #include <tuple>
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "FailureOf.h"
 #include "ScratchDirectory.h"
@@ -12,6 +15,8 @@
 
 namespace vqloan::test {
 namespace {
+
+using namespace std::string_literals;
 
 class StandIns : public ::testing::Test
 {
@@ -75,6 +80,8 @@ TEST_F(StandIns, SettingsFollowProfileFileConventions)
         {"[S]\nK=\xC3\xA0 \xE0", u"S", u"K", u"\u00C3\u00A0 à"}, // not valid throughout
         {"\xEF\xBB\xBF[S]\nK=a", u"S", u"K", u"a"},
         {"\xEF\xBB\xBF[S]\nK=\xE0", u"S", u"K", u"\uFFFD"},
+        {"\xFF\xFE["s + "\0S\0]\0\n\0K\0=\0\xAC\x20\n"s, u"S", u"K", u"€"},
+        {"\xFE\xFF\0["s + "\0S\0]\0\n\0K\0=\x20\xAC"s, u"S", u"K", u"€"},
     };
     for (const auto& [contents, section, key, value] : cases) {
         ini->SetFile(writtenTo(scratch, "s.ini", contents));
@@ -82,16 +89,76 @@ TEST_F(StandIns, SettingsFollowProfileFileConventions)
     }
 }
 
-TEST_F(StandIns, SettingsAreDefaultsWhereNothingCanBeRead)
+TEST_F(StandIns, SettingsAreDefaultsOnlyWhereThereIsNoFile)
 {
     EXPECT_EQ(readIni(u"S", u"K"), u"default"); // not bound
-    for (const char* name : {"missing.ini", ""}) {
-        ini->SetFile(scratch.file(name)); // the second is a directory
+    writtenTo(scratch, "s.ini", "[S]\nK=1");
+    for (const char* name : {"missing.ini", "missing/s.ini", "s.ini/s.ini"}) {
+        ini->SetFile(scratch.file(name));
         EXPECT_EQ(readIni(u"S", u"K"), u"default") << name;
     }
     EXPECT_EQ(tools.ReadIni(u"S", u"K", std::int16_t{-1}, ini).get().vt, VT_I2);
     ini.reset();
     EXPECT_EQ(failureOf([&] { readIni(u"S", u"K"); }).number, 91);
+}
+
+// Otherwise a component would open with all defaults, and answer for the wrong copies.
+TEST_F(StandIns, SettingsThatCannotBeReadFail)
+{
+    const auto file = scratch / "s.ini";
+    const auto number = [&] { return failureOf([&] { readIni(u"S", u"K"); }).number; };
+    ini->SetFile(scratch.file("s.ini"));
+    ASSERT_EQ(::mkfifo(file.c_str(), 0600), 0);
+    EXPECT_EQ(number(), 75);
+    remove(file);
+    create_directory(file);
+    EXPECT_EQ(number(), 75);
+    remove(file);
+
+    write(file, "[S]\nK=1");
+    permissions(file, std::filesystem::perms::none);
+    const uid_t user = ::geteuid();
+    permissions(scratch.path(), std::filesystem::perms::all);
+    ASSERT_EQ(::seteuid(user == 0 ? 65534 : user), 0); // root may do everything
+    EXPECT_EQ(number(), 70);
+    ASSERT_EQ(::seteuid(user), 0);
+    permissions(file, std::filesystem::perms::owner_all);
+    rlimit limit{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
+    const rlimit exhausted{0, limit.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &exhausted), 0);
+    EXPECT_EQ(number(), 67);
+    ::setrlimit(RLIMIT_NOFILE, &limit);
+    EXPECT_EQ(readIni(u"S", u"K"), u"1") << "it failed for a moment";
+}
+
+// A counterpart that makes its file first and fills it later is waited for.
+TEST_F(StandIns, AFileExistsWhenItIsFinished)
+{
+    using namespace std::chrono_literals;
+    using std::chrono::nanoseconds;
+    const std::tuple<const char*, std::string, nanoseconds, bool> cases[] = {
+        // what, contents, its age, exists
+        {"a line", "01\tA\r\nrest", 0ms, true},
+        {"CR alone", "01\tA\r", 0ms, true},
+        {"a long line", std::string(9000, 'x') + "\r\n", 0ms, true},
+        {"begun just now", "01\tA", 0ms, false},
+        {"LF alone ends no line", "01\tA\n", 0ms, false},
+        {"made just now", "", 0ms, false},
+        {"never ended", "01\tA", 150ms, true},
+        {"never filled", "", 150ms, true},
+        {"by a clock that is ahead", "01\tA", -1h, true},
+        {"a line beyond all bounds", std::string(1100000, 'x'), 0ms, true},
+    };
+    std::u16string path = scratch.file("a.CL2");
+    EXPECT_FALSE(tools.FileExists(path));
+    for (const auto& [what, contents, age, exists] : cases) {
+        write(scratch / "a.CL2", contents);
+        last_write_time(scratch / "a.CL2", std::filesystem::file_time_type::clock::now() - age);
+        EXPECT_EQ(tools.FileExists(path), exists) << what;
+    }
+    std::u16string directory = scratch.path().u16string();
+    EXPECT_FALSE(tools.FileExists(directory));
 }
 
 TEST_F(StandIns, SettingsReflectTheFileAsItIsNow)

@@ -47,10 +47,15 @@ TEST(System, FileFailuresAreTheRuntimes)
         EXPECT_EQ(failed.systemError, systemError) << what;
         files::closeAll();
     }
-    EXPECT_FALSE(os::isReadableFile(path("held"))) << "its writer has not let go of it";
+    const auto isFree = [&](const char* name) { return os::File::tryOpenUnheld(path(name)).has_value(); };
+    EXPECT_FALSE(isFree("held")) << "its writer has not let go of it";
     CloseHandle(held);
-    EXPECT_TRUE(os::isReadableFile(path("held")));
-    EXPECT_FALSE(os::isReadableFile(path("folder")));
+    EXPECT_TRUE(isFree("held"));
+    EXPECT_FALSE(isFree("folder"));
+    const HANDLE reader = CreateFileW((directory / "held").c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                      OPEN_EXISTING, 0, nullptr);
+    EXPECT_FALSE(isFree("held")) << "it could not be deleted";
+    CloseHandle(reader);
     SetFileAttributesW((directory / "fixed").c_str(), FILE_ATTRIBUTE_NORMAL);
 }
 

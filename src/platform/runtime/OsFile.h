@@ -1,6 +1,8 @@
 // Files as the operating system gives them; implemented once per system, in posix/ and windows/. Paths are
 // native ones in UTF-16. Failures are RuntimeErrors (53, 57, 61, 67, 70, 75, 76) with the system's error as
 // lastDllError.
+//
+// Only regular files are opened, and opening never waits: a FIFO, a device or a directory is 75.
 #pragma once
 
 #include <cstddef>
@@ -21,6 +23,16 @@ struct FileState
     std::int64_t modified = 0;
     std::int64_t changed = 0;
     bool operator==(const FileState&) const = default;
+    // The same file, whatever was written to it.
+    bool isSameFile(const FileState& other) const { return device == other.device && file == other.file; }
+};
+
+// Whose directory a file lies in. Where strangers may make files, a name may be a link to a file of the
+// caller's: there no link is followed at the last name, which is 75.
+enum class Place
+{
+    own,
+    shared
 };
 
 // An open file; the destructor closes it and ignores failures. Child processes do not inherit it.
@@ -33,16 +45,18 @@ public:
         Write
     };
 
-    // Opens for reading, or creates or empties for writing. A directory opened for reading fails with the
-    // first read.
-    File(std::u16string_view path, Mode mode);
+    // Opens for reading, or creates or empties for writing.
+    File(std::u16string_view path, Mode mode, Place place);
     ~File();
     File(File&& other) noexcept : handle_(std::exchange(other.handle_, noHandle)) {}
     File& operator=(File&&) = delete;
 
-    // Opens for reading; nothing where that fails. For what is looked for again and again, where a failure
-    // each time would cost more than the look.
+    // These open for reading in a shared directory; nothing where that fails. For what is looked for again
+    // and again, where a failure each time would cost more than the look.
     static std::optional<File> tryOpen(std::u16string_view path);
+    // Nothing also for a file that another program keeps from being read or deleted, which not every system
+    // knows.
+    static std::optional<File> tryOpenUnheld(std::u16string_view path);
 
     // Number of bytes read; 0 at the end of the file.
     std::size_t read(char* buffer, std::size_t size);
@@ -61,10 +75,8 @@ private:
 
 void removeFile(std::u16string_view path);
 
-// Never fail: no such file, or none that can be asked about, is an answer too.
+// Nothing where there is no file of that name, and only then.
 std::optional<FileState> stateOf(std::u16string_view path);
-// A regular file that this process may read.
-bool isReadableFile(std::u16string_view path);
 
 // What stands between the names of a path, the usual one first.
 std::u16string_view separators() noexcept;

@@ -20,12 +20,9 @@ constexpr std::size_t writeSize = 64 * 1024; // as much as is kept back
 class TextFile
 {
 public:
-    TextFile(os::File file, os::File::Mode mode) : file_(std::move(file)), mode_(mode)
-    {
-        // Read here already: a directory opens like a file and fails only now.
-        if (mode == os::File::Mode::Read)
-            fill();
-    }
+    TextFile(os::File file, os::File::Mode mode, Place place)
+        : file_(std::move(file)), mode_(mode), place_(place)
+    {}
 
     std::u16string_view readLine()
     {
@@ -36,8 +33,11 @@ public:
             text::fromCodePage(piece, line_);
         } else {
             std::string pieces(piece);
-            while (!afterCr_ && fill())
+            while (!afterCr_ && fill()) {
                 pieces += takePiece();
+                if (place_ == Place::shared && pieces.size() > longestSharedLine)
+                    throw RuntimeError(Failure::Overflow);
+            }
             text::fromCodePage(pieces, line_);
         }
         return line_;
@@ -110,6 +110,7 @@ private:
 
     os::File file_;
     os::File::Mode mode_;
+    Place place_;
     std::unique_ptr<char[]> space_; // not cleared: most files fill little of it
     std::string_view unread_;       // in that space
     std::u16string line_;           // the last one read
@@ -133,10 +134,10 @@ void requireFree(std::int32_t number)
         throw RuntimeError(Failure::FileAlreadyOpen);
 }
 
-void open(std::int32_t number, std::u16string_view path, os::File::Mode mode)
+void open(std::int32_t number, std::u16string_view path, os::File::Mode mode, Place place)
 {
     requireFree(number);
-    openFiles().try_emplace(number, os::File(path, mode), mode);
+    openFiles().try_emplace(number, os::File(path, mode, place), mode, place);
 }
 
 TextFile& fileOf(std::int32_t number)
@@ -159,9 +160,9 @@ std::int32_t freeNumber()
     return number;
 }
 
-void openForReading(std::int32_t number, std::u16string_view path)
+void openForReading(std::int32_t number, std::u16string_view path, Place place)
 {
-    open(number, path, os::File::Mode::Read);
+    open(number, path, os::File::Mode::Read, place);
 }
 
 bool tryOpenForReading(std::int32_t number, std::u16string_view path) noexcept
@@ -169,15 +170,16 @@ bool tryOpenForReading(std::int32_t number, std::u16string_view path) noexcept
     try {
         requireFree(number);
         std::optional<os::File> file = os::File::tryOpen(path);
-        return file && openFiles().try_emplace(number, std::move(*file), os::File::Mode::Read).second;
+        return file &&
+               openFiles().try_emplace(number, std::move(*file), os::File::Mode::Read, Place::shared).second;
     } catch (...) {
         return false;
     }
 }
 
-void openForWriting(std::int32_t number, std::u16string_view path)
+void openForWriting(std::int32_t number, std::u16string_view path, Place place)
 {
-    open(number, path, os::File::Mode::Write);
+    open(number, path, os::File::Mode::Write, place);
 }
 
 std::u16string_view readLine(std::int32_t number)

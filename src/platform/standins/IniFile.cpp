@@ -21,6 +21,19 @@ bool changesWillShow(const os::FileState& state)
     return abs(age) > (wholeSeconds ? nanoseconds(2s) : nanoseconds(50ms));
 }
 
+// None where there is no such file.
+std::optional<os::File> open(const std::u16string& path)
+{
+    try {
+        return std::optional<os::File>(std::in_place, path, os::File::Mode::Read, os::Place::own);
+    } catch (const RuntimeError& error) {
+        if (error.number == static_cast<std::int32_t>(Failure::FileNotFound) ||
+            error.number == static_cast<std::int32_t>(Failure::PathNotFound))
+            return std::nullopt;
+        throw;
+    }
+}
+
 std::string readAll(os::File& file)
 {
     std::string contents;
@@ -58,19 +71,15 @@ void IniFile::refresh()
 
 void IniFile::load()
 {
-    try {
-        os::File file(path_, os::File::Mode::Read);
-        // Asked before reading: a change while it is being read leads to another reading.
-        const os::FileState state = file.state();
-        const bool lasting = changesWillShow(state);
-        settings_ = Settings(readAll(file));
-        if (lasting)
-            loaded_ = state;
-    } catch (const RuntimeError& error) {
-        // A file that cannot be read gives no settings, as one that is not there.
-        if (error.number == static_cast<std::int32_t>(Failure::OutOfMemory))
-            throw;
-    }
+    std::optional<os::File> file = open(path_);
+    if (!file)
+        return;
+    // Asked before reading: a change while it is being read leads to another reading.
+    const os::FileState state = file->state();
+    const bool lasting = changesWillShow(state);
+    settings_ = Settings(readAll(*file));
+    if (lasting)
+        loaded_ = state;
 }
 
 } // namespace vqloan::standins

@@ -16,9 +16,10 @@ class IniFile : public vqloan::IniFile
 public:
     void SetFile(const std::u16string& path) override;
 
-    // The value as the file has it now; null where it has none, where there is no readable file, and before
-    // SetFile. Costs one question about the file's state, and reads the file only when it has changed. Good
-    // until the next call.
+    // The value as the file has it now; null where it has none, where there is no such file, and before
+    // SetFile. A file that is there and cannot be read is a RuntimeError: to take it for an empty one would
+    // open with all defaults. Costs one question about the file's state, and reads the file only when it has
+    // changed. Good until the next call.
     const std::u16string* find(std::u16string_view section, std::u16string_view key);
 
 private:

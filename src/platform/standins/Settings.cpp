@@ -11,10 +11,25 @@ namespace {
 
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
+// Without its byte-order mark; `low` and `high` are the places of a unit's bytes. A byte that lacks its other
+// one is left out.
+std::u16string fromUtf16(std::string_view bytes, std::size_t low, std::size_t high)
+{
+    const auto byte = [bytes](std::size_t at) { return static_cast<unsigned char>(bytes[at]); };
+    std::u16string units;
+    for (std::size_t at = 2; at + 1 < bytes.size(); at += 2)
+        units += static_cast<char16_t>(byte(at + low) | byte(at + high) << 8);
+    return units;
+}
+
 std::u16string decode(std::string_view bytes)
 {
     if (bytes.starts_with(byteOrderMark))
         return text::fromUtf8(bytes.substr(byteOrderMark.size()));
+    if (bytes.starts_with("\xFF\xFE"))
+        return fromUtf16(bytes, 0, 1);
+    if (bytes.starts_with("\xFE\xFF"))
+        return fromUtf16(bytes, 1, 0);
     // Pure ASCII reads the same either way.
     return text::isUtf8(bytes) ? text::fromUtf8(bytes) : text::fromCodePage(bytes);
 }

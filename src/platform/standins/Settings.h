@@ -6,8 +6,8 @@
 //     KEY = value            blanks (spaces, TABs) around the parts are dropped,
 //     OTHER=" a value "      and one pair of quotes around the value, " or '
 //
-// in UTF-8 (with a byte-order mark, or valid with a character beyond ASCII) or else in the single-byte code
-// page.
+// in UTF-8 (with a byte-order mark, or valid with a character beyond ASCII), UTF-16 (with a byte-order mark)
+// or else in the single-byte code page.
 #pragma once
 
 #include <string>

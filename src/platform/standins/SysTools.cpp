@@ -5,6 +5,7 @@
 #include "platform/runtime/OsFile.h"
 #include "platform/runtime/OsProcess.h"
 #include "platform/runtime/RuntimeError.h"
+#include "platform/standins/FinishedFile.h"
 #include "platform/standins/IniFile.h"
 #include "platform/standins/Placeholders.h"
 
@@ -72,7 +73,7 @@ bool SysTools::ResolvePlaceholder(std::u16string& name)
 
 bool SysTools::FileExists(std::u16string& path)
 {
-    return os::isReadableFile(path);
+    return isFinishedFile(path);
 }
 
 std::int32_t SysTools::TickCount()

@@ -15,8 +15,8 @@ public:
     // No separator at the end counts more than one; the empty directory is the current one. `directory`
     // stays.
     std::u16string DirSlash(std::u16string& directory) override;
-    // 91 for a null `ini`. A file that is missing or cannot be read, and an object not bound to one, have no
-    // keys.
+    // 91 for a null `ini`. A file that is not there, and an object not bound to one, have no keys; one that
+    // cannot be read fails: 57, 67, 70, 75.
     Variant ReadIni(const Variant& section, const Variant& key, const Variant& byDefault,
                     std::shared_ptr<vqloan::IniFile>& ini) override;
     // Every occurrence.
@@ -25,6 +25,7 @@ public:
     // last failure, so that what is recorded next with flags 4 or 8 only adds where that happened.
     bool ResolvePlaceholder(std::u16string& name) override;
 
+    // See FinishedFile.h.
     bool FileExists(std::u16string& path) override;
     // Milliseconds since the instance was made, so the clock has a good three weeks before it overflows.
     std::int32_t TickCount() override;

@@ -106,25 +106,50 @@ int descriptor(std::intptr_t handle)
     return static_cast<int>(handle);
 }
 
+// The same call until no signal interrupts it.
+template <class Call> auto uninterrupted(Call call)
+{
+    auto result = call();
+    while (result < 0 && errno == EINTR)
+        result = call();
+    return result;
+}
+
+// Whether an opened file may be used; an existing one is only emptied when that is sure.
+bool isPrepared(int opened, File::Mode mode)
+{
+    struct stat status;
+    if (::fstat(opened, &status) != 0)
+        return false;
+    if (!S_ISREG(status.st_mode)) {
+        errno = S_ISDIR(status.st_mode) ? EISDIR : ENXIO;
+        return false;
+    }
+    return mode == File::Mode::Read || status.st_size == 0 ||
+           uninterrupted([&] { return ::ftruncate(opened, 0); }) == 0;
+}
+
 // Negative where it fails.
-int open(const std::string& native, File::Mode mode)
+int open(const std::string& native, File::Mode mode, Place place)
 {
     // O_NONBLOCK means nothing for a regular file; without it a FIFO under that name would hang the caller.
-    const int flags = O_CLOEXEC | O_NOCTTY | O_NONBLOCK |
-                      (mode == File::Mode::Write ? O_WRONLY | O_CREAT | O_TRUNC : O_RDONLY);
-    int opened;
-    do
-        opened = ::open(native.c_str(), flags, 0666);
-    while (opened < 0 && errno == EINTR);
-    return opened;
+    const int flags = O_CLOEXEC | O_NOCTTY | O_NONBLOCK | (place == Place::shared ? O_NOFOLLOW : 0) |
+                      (mode == File::Mode::Write ? O_WRONLY | O_CREAT : O_RDONLY);
+    const int opened = uninterrupted([&] { return ::open(native.c_str(), flags, 0666); });
+    if (opened < 0 || isPrepared(opened, mode))
+        return opened;
+    const int error = errno;
+    ::close(opened);
+    errno = error;
+    return -1;
 }
 
 } // namespace
 
-File::File(std::u16string_view path, Mode mode)
+File::File(std::u16string_view path, Mode mode, Place place)
 {
     const std::string native = nativePath(path);
-    handle_ = open(native, mode);
+    handle_ = open(native, mode, place);
     if (handle_ < 0)
         failOnPath(native);
 }
@@ -132,8 +157,13 @@ File::File(std::u16string_view path, Mode mode)
 std::optional<File> File::tryOpen(std::u16string_view path)
 {
     const std::string native = text::toUtf8(path);
-    const int opened = isNamable(native) ? open(native, Mode::Read) : -1;
+    const int opened = isNamable(native) ? open(native, Mode::Read, Place::shared) : -1;
     return opened < 0 ? std::nullopt : std::optional(File(std::intptr_t{opened}));
+}
+
+std::optional<File> File::tryOpenUnheld(std::u16string_view path)
+{
+    return tryOpen(path);
 }
 
 File::~File()
@@ -144,23 +174,20 @@ File::~File()
 
 std::size_t File::read(char* buffer, std::size_t size)
 {
-    for (;;) {
-        const ssize_t count = ::read(descriptor(handle_), buffer, size);
-        if (count >= 0)
-            return static_cast<std::size_t>(count);
-        if (errno != EINTR)
-            failOnDevice();
-    }
+    const ssize_t count = uninterrupted([&] { return ::read(descriptor(handle_), buffer, size); });
+    if (count < 0)
+        failOnDevice();
+    return static_cast<std::size_t>(count);
 }
 
 void File::write(std::string_view bytes)
 {
     while (!bytes.empty()) {
-        const ssize_t count = ::write(descriptor(handle_), bytes.data(), bytes.size());
-        if (count >= 0)
-            bytes.remove_prefix(static_cast<std::size_t>(count));
-        else if (errno != EINTR)
+        const ssize_t count =
+            uninterrupted([&] { return ::write(descriptor(handle_), bytes.data(), bytes.size()); });
+        if (count < 0)
             failOnDevice();
+        bytes.remove_prefix(static_cast<std::size_t>(count));
     }
 }
 
@@ -195,17 +222,11 @@ std::optional<FileState> stateOf(std::u16string_view path)
 {
     const std::string native = text::toUtf8(path);
     struct stat status;
-    if (!isNamable(native) || ::stat(native.c_str(), &status) != 0)
+    if (isNamable(native) && ::stat(native.c_str(), &status) == 0)
+        return stateFrom(status);
+    if (!isNamable(native) || errno == ENOENT || errno == ENOTDIR)
         return std::nullopt;
-    return stateFrom(status);
-}
-
-bool isReadableFile(std::u16string_view path)
-{
-    const std::string native = text::toUtf8(path);
-    struct stat status;
-    return isNamable(native) && ::stat(native.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
-           ::access(native.c_str(), R_OK) == 0;
+    failOnPath(native);
 }
 
 std::u16string_view separators() noexcept

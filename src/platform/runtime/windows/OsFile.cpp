@@ -28,6 +28,7 @@ constexpr KnownError knownErrors[] = {
     {ERROR_PATH_NOT_FOUND, Failure::PathNotFound},
     {ERROR_INVALID_DRIVE, Failure::PathNotFound},
     {ERROR_DIRECTORY, Failure::PathNotFound},
+    {ERROR_CANT_RESOLVE_FILENAME, Failure::PathFileAccessError}, // a link where none is followed
     {ERROR_INVALID_NAME, Failure::BadFileNumber},
     {ERROR_FILENAME_EXCED_RANGE, Failure::BadFileNumber},
     {ERROR_BAD_NETPATH, Failure::BadFileNumber},
@@ -58,7 +59,7 @@ std::u16string nativePath(std::u16string_view path)
 {
     if (path.empty())
         throw RuntimeError(Failure::PathFileAccessError, ERROR_PATH_NOT_FOUND);
-    if (path.find(u'\0') != path.npos)
+    if (!isNamable(path))
         throw RuntimeError(Failure::BadFileNumber, ERROR_INVALID_NAME);
     return std::u16string(path);
 }
@@ -66,37 +67,51 @@ std::u16string nativePath(std::u16string_view path)
 // Others may read and write the file meanwhile, not delete it.
 constexpr DWORD shared = FILE_SHARE_READ | FILE_SHARE_WRITE;
 
-// INVALID_HANDLE_VALUE, which is File's noHandle, where it fails.
-std::intptr_t open(const std::u16string& native, File::Mode mode)
+struct Opening
 {
-    const bool writes = mode == File::Mode::Write;
-    return reinterpret_cast<std::intptr_t>(
-        CreateFileW(toOle(native.c_str()), writes ? GENERIC_WRITE : GENERIC_READ, shared, nullptr,
-                    writes ? CREATE_ALWAYS : OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    DWORD access, othersMay;
+    DWORD create = OPEN_EXISTING;
+    Place place = Place::shared;
+};
+
+// Whether an opened file may be used: neither a device nor a link. An existing one is only emptied when that
+// is sure.
+bool isPrepared(HANDLE file, const Opening& how)
+{
+    FILE_ATTRIBUTE_TAG_INFO attributes;
+    if (GetFileType(file) != FILE_TYPE_DISK) {
+        SetLastError(ERROR_CANT_RESOLVE_FILENAME);
+        return false;
+    }
+    if (how.place == Place::shared) {
+        if (!GetFileInformationByHandleEx(file, FileAttributeTagInfo, &attributes, sizeof attributes))
+            return false;
+        if (attributes.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) {
+            SetLastError(ERROR_CANT_RESOLVE_FILENAME);
+            return false;
+        }
+    }
+    return how.create == OPEN_EXISTING || SetEndOfFile(file);
 }
 
-// A file opened for a moment's look.
-class Glimpse
+// INVALID_HANDLE_VALUE, which is File's noHandle, where it fails.
+std::intptr_t open(const std::u16string& native, const Opening& how)
 {
-public:
-    Glimpse(std::u16string_view path, DWORD access, DWORD othersMay)
-        : handle_(CreateFileW(toOle(std::u16string(path).c_str()), access, othersMay, nullptr, OPEN_EXISTING,
-                              FILE_ATTRIBUTE_NORMAL, nullptr))
-    {}
-    ~Glimpse()
-    {
-        if (*this)
-            CloseHandle(handle_);
-    }
-    Glimpse(const Glimpse&) = delete;
-    Glimpse& operator=(const Glimpse&) = delete;
+    const DWORD link = how.place == Place::shared ? FILE_FLAG_OPEN_REPARSE_POINT : 0;
+    const HANDLE opened = CreateFileW(toOle(native.c_str()), how.access, how.othersMay, nullptr, how.create,
+                                      FILE_ATTRIBUTE_NORMAL | link, nullptr);
+    if (opened == INVALID_HANDLE_VALUE || isPrepared(opened, how))
+        return reinterpret_cast<std::intptr_t>(opened);
+    const DWORD error = GetLastError();
+    CloseHandle(opened);
+    SetLastError(error);
+    return reinterpret_cast<std::intptr_t>(INVALID_HANDLE_VALUE);
+}
 
-    explicit operator bool() const { return handle_ != INVALID_HANDLE_VALUE; }
-    HANDLE get() const { return handle_; }
-
-private:
-    HANDLE handle_;
-};
+bool isNamable(std::u16string_view path)
+{
+    return path.find(u'\0') == path.npos;
+}
 
 std::int64_t joined(DWORD high, DWORD low)
 {
@@ -130,18 +145,32 @@ DWORD atMost(std::size_t size)
 
 } // namespace
 
-File::File(std::u16string_view path, Mode mode)
+File::File(std::u16string_view path, Mode mode, Place place)
 {
     const std::u16string native = nativePath(path);
-    handle_ = open(native, mode);
+    handle_ = open(native, mode == Mode::Write ? Opening{GENERIC_WRITE, shared, OPEN_ALWAYS, place}
+                                               : Opening{GENERIC_READ, shared, OPEN_EXISTING, place});
     if (handle_ == noHandle)
         fail(Failure::PathFileAccessError);
 }
 
 std::optional<File> File::tryOpen(std::u16string_view path)
 {
-    const bool isNamable = path.find(u'\0') == path.npos;
-    const std::intptr_t opened = isNamable ? open(std::u16string(path), Mode::Read) : noHandle;
+    const std::intptr_t opened =
+        isNamable(path) ? open(std::u16string(path), {GENERIC_READ, shared}) : noHandle;
+    return opened == noHandle ? std::nullopt : std::optional(File(opened));
+}
+
+// A file that somebody still writes, or that could not be deleted afterwards, is not there to be read yet.
+// One that this account may never delete is: then it is the deletion that has to fail.
+std::optional<File> File::tryOpenUnheld(std::u16string_view path)
+{
+    if (!isNamable(path))
+        return std::nullopt;
+    const std::u16string native(path);
+    std::intptr_t opened = open(native, {GENERIC_READ | DELETE, FILE_SHARE_READ});
+    if (opened == noHandle && GetLastError() == ERROR_ACCESS_DENIED)
+        opened = open(native, {GENERIC_READ, FILE_SHARE_READ});
     return opened == noHandle ? std::nullopt : std::optional(File(opened));
 }
 
@@ -191,15 +220,22 @@ void removeFile(std::u16string_view path)
 
 std::optional<FileState> stateOf(std::u16string_view path)
 {
-    const Glimpse file(path, FILE_READ_ATTRIBUTES, shared | FILE_SHARE_DELETE);
-    return file ? stateFrom(file.get()) : std::nullopt;
-}
-
-bool isReadableFile(std::u16string_view path)
-{
-    // A file that somebody still writes or renames is not there to be read yet: opening or deleting it would
-    // fail. (A directory cannot be opened this way.)
-    return static_cast<bool>(Glimpse(path, GENERIC_READ, FILE_SHARE_READ));
+    if (path.empty() || !isNamable(path))
+        return std::nullopt;
+    const HANDLE opened =
+        CreateFileW(toOle(std::u16string(path).c_str()), FILE_READ_ATTRIBUTES, shared | FILE_SHARE_DELETE,
+                    nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr); // which a directory needs
+    if (opened == INVALID_HANDLE_VALUE) {
+        const DWORD error = GetLastError();
+        if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND)
+            return std::nullopt;
+        fail(Failure::PathFileAccessError);
+    }
+    const auto state = stateFrom(opened);
+    CloseHandle(opened);
+    if (!state)
+        fail(Failure::DeviceIoError);
+    return state;
 }
 
 std::u16string_view separators() noexcept
