@@ -297,6 +297,45 @@ TEST(Connection, TimeoutsEndWaitsAndLongStatements)
     EXPECT_THROW(file.execute("INSERT INTO T VALUES (4)"), std::runtime_error);
 }
 
+// Whatever a library's file is replaced with, its former copies are not answered for.
+TEST(Connection, NoticesThatItsFileIsAnother)
+{
+    namespace fs = std::filesystem;
+    const std::string script = "CREATE TABLE T (K); INSERT INTO T VALUES (";
+    const std::pair<const char*, std::function<void(const fs::path&, const fs::path&)>> cases[] = {
+        {"replaced", [](const auto& file, const auto& other) { fs::rename(other, file); }},
+        {"deleted", [](const auto& file, const auto&) { fs::remove(file); }},
+        {"made anew",
+         [](const auto& file, const auto& other) {
+             fs::remove(file);
+             fs::copy_file(other, file);
+         }},
+        {"a link to another",
+         [](const auto& file, const auto& other) {
+             fs::remove(file);
+             fs::create_symlink(other, file);
+         }},
+    };
+    for (const auto& [what, change] : cases) {
+        const SqliteFile before(script + "1)"), after(script + "2)");
+        const auto connection = open(before.connectionText());
+        const auto read = [&] { return first(connection, "SELECT K FROM T").toLong(); };
+        ASSERT_EQ(read(), 1);
+        change(before.path(), after.path());
+        for (int again = 0; again < 2; ++again) {
+            const Failed failed = failureOf(read);
+            EXPECT_EQ(failed.number, connectionFailed) << what;
+            EXPECT_TRUE(failed.says("replaced or deleted")) << failed.description;
+            EXPECT_EQ(connection->State(), ado::stateOpen) << "or the cause would be lost";
+        }
+        if (what != std::string("deleted")) {
+            connection->Close();
+            connection->Open(text::fromUtf8(before.connectionText()), {}, {}, -1);
+            EXPECT_EQ(read(), 2) << what;
+        }
+    }
+}
+
 TEST(Connection, RefusesMisuse)
 {
     SqliteFile file("CREATE TABLE T (K); INSERT INTO T VALUES (1), (2);");

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
 #include <limits>
 #include <thread>
 
@@ -22,6 +23,16 @@ constexpr std::size_t statementsKept = 16;
 // Virtual-machine steps between two looks at the clock; well under a millisecond of work.
 constexpr int stepsBetweenLooks = 10000;
 
+// None also where the file cannot be asked about: such a one is not known to be the same.
+std::optional<os::FileState> stateOf(const std::u16string& path)
+{
+    try {
+        return os::stateOf(path);
+    } catch (const RuntimeError&) {
+        return std::nullopt;
+    }
+}
+
 } // namespace
 
 std::shared_ptr<Session> openSqlite(const OpenRequest& request)
@@ -36,6 +47,9 @@ std::shared_ptr<Session> openSqlite(const OpenRequest& request)
 
 SqliteSession::SqliteSession(const std::u16string& file, std::int32_t timeLimit)
 {
+    // Looked at before SQLite opens it: a file that is replaced in between counts as replaced.
+    const std::u16string path = std::filesystem::absolute(file).u16string();
+    opened_ = stateOf(path);
     // Objects belong to one thread, so SQLite need not lock.
     const int opened =
         sqlite3_open_v2(text::toUtf8(file).c_str(), &database_,
@@ -52,6 +66,8 @@ SqliteSession::SqliteSession(const std::u16string& file, std::int32_t timeLimit)
             throw sqlite::openFailure(database_, file);
         begin_ = compile("BEGIN");
         commit_ = compile("COMMIT");
+        if (*sqlite3_db_filename(database_, "main") != '\0')
+            path_ = path;
     } catch (...) {
         close();
         throw;
@@ -85,11 +101,25 @@ void SqliteSession::close() noexcept
 CursorOwner SqliteSession::run(std::u16string_view text, std::int32_t timeLimit)
 {
     limit_.set(timeLimit); // compiling reads the schema and may meet a lock
+    if (running_ == 0)
+        requireSameFile();
     SqliteStatement& statement = idleStatement(text);
     beginReading();
     CursorOwner cursor = statement.begin(timeLimit);
     statement.bind(literals_);
     return cursor;
+}
+
+// The path is asked about, and not what SQLite has opened: it may be a link that now leads elsewhere.
+void SqliteSession::requireSameFile() const
+{
+    if (path_.empty())
+        return;
+    const auto now = stateOf(path_);
+    if (!now || !opened_ || !now->isSameFile(*opened_))
+        throw RuntimeError(ado::connectionFailed,
+                           u"The database file has been replaced or deleted since it was opened.",
+                           std::u16string(sqlite::source));
 }
 
 // A transaction that has read nothing yet holds no lock, and one that only reads has nothing to lose.

@@ -2,12 +2,14 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "platform/ado/Provider.h"
 #include "platform/ado/StatementShape.h"
 #include "platform/ado/sqlite/SqliteHandle.h"
+#include "platform/runtime/OsFile.h"
 
 struct sqlite3;
 
@@ -18,6 +20,10 @@ class SqliteStatement;
 // Reads one database file, which other processes may write meanwhile. Compiled statements are kept by shape;
 // the same shape can run several times at once. From the start of the first running statement to the end of
 // the last they all see the file in one state, and the file is locked once and not for each.
+//
+// SQLite would go on reading a file that has been replaced or deleted, whose copies are no longer the
+// library's. Every statement fails then (connectionFailed), and the connection stays open: a client that is
+// told that there is none would not learn why.
 class SqliteSession final : public Session
 {
 public:
@@ -46,6 +52,7 @@ private:
         bool started_ = false;
     };
 
+    void requireSameFile() const;
     static int whileLocked(void* session, int tries);
     static int whileRunning(void* session);
 
@@ -55,6 +62,8 @@ private:
     SqliteStatement& idleStatement(std::u16string_view text);
     void returned(SqliteStatement& statement) noexcept;
 
+    std::u16string path_;                 // absolute; empty for a database that is in no file
+    std::optional<os::FileState> opened_; // what the path named then
     sqlite3* database_ = nullptr;
     sqlite::Handle begin_, commit_;
     std::size_t running_ = 0; // statements
