@@ -8,9 +8,7 @@
 #include "Queries.h"
 #include "Site.h"
 #include "SqliteFile.h"
-#include "component/DispSvr.h"
 #include "config/PositionPair.h"
-#include "platform/runtime/ApplicationInfo.h"
 
 namespace vqloan::test {
 namespace {
@@ -164,44 +162,18 @@ TEST_F(Opening, ReloadingTheMessagesRaisesItsFailure)
     EXPECT_EQ(client.failure().number, 0) << "raised, not recorded";
 }
 
-// What clients cannot see of the settings, in the object's fields.
-TEST_F(Opening, Fields)
+TEST_F(Opening, AnotherKindLeavesTheConnection)
 {
-    const std::u16string file = database.path().u16string();
-    ApplicationInfo::pretendFile((site.directory / "VQLoan.so").u16string());
-    DispSvr svr;
-    EXPECT_FALSE(svr.OpenDatabase(u"SQL")) << "no settings file: every default";
-    EXPECT_EQ(svr.ExchPath, u"");
-    EXPECT_EQ(svr.ClientId, 0);
-    EXPECT_EQ(svr.ClientTimeout, 5);
-    EXPECT_EQ(svr.TabMessa, (CodeTable{u"", u"1\t"}));
-
-    site.settings(server("TIMEOUT= 2,5 \nOPTIONS=16\nUSERNAME=§VQLOAN_TEST_DB§\nPASSWORD=a§b\n"
-                         "INVENTARIO=0,4,9\nBIBLIOTECA=2.5"));
-    EXPECT_FALSE(svr.OpenDatabase(u"SQL2"));
-    EXPECT_EQ(svr.ConnectStr, u"Provider=SQLite;Data Source=" + file + u";");
-    EXPECT_EQ(std::tuple(svr.ConnTimeout, svr.CmdTimeout, svr.CursorLoc, svr.OpenOptions),
-              std::tuple(25, 0, 0, 16));
-    EXPECT_EQ(svr.UserName, file);
-    EXPECT_EQ(svr.Password, u"a§b");
-    EXPECT_EQ(std::tuple(svr.InvStart, svr.InvLen, svr.BibStart, svr.BibLen), std::tuple(1, 4, 2, 0));
-    EXPECT_EQ(svr.TabMessa.size(), 12u);
-    EXPECT_EQ(svr.TabStati[1], u"1\tIn restauro" + std::u16string(27, u' '));
-
-    const auto connection = svr.Conn;
-    site.settings(server("BIBLIOTECA=7,x\nINVENTARIO=5,40000"));
-    EXPECT_TRUE(svr.OpenDatabase(u"SQL2"));
-    EXPECT_EQ(std::tuple(svr.InvStart, svr.InvLen, svr.BibStart), std::tuple(5, 4, 2))
-        << "the fields read before";
-    EXPECT_EQ(svr.Conn, connection) << "no new connection";
+    site.settings(server("INVENTARIO=1"));
     site.hostParameters("");
-    EXPECT_FALSE(svr.OpenDatabase(u"7000"));
-    EXPECT_TRUE(svr.IsConnected()) << "another kind leaves the connection open";
+    Client client = site.client();
+    EXPECT_FALSE(client.open("SQL2"));
+    EXPECT_FALSE(client.open("7000"));
+    client.object->put_DBType(3);
+    EXPECT_EQ(client.ask("01||FREE\n"), "Inv. FREE|Civica|Inv. FREE|Disponibile|||\n");
     site.settings("[SERVER]\nCONNECT=Provider=SQLite;Data Source=/nowhere.db\n");
-    EXPECT_TRUE(svr.OpenDatabase(u"SQL2"));
-    EXPECT_NE(svr.Conn, connection);
-    EXPECT_FALSE(svr.IsConnected());
-    EXPECT_EQ(svr.TabStati.size(), 4u) << "a failed open keeps the table";
+    EXPECT_TRUE(client.open("SQL2"));
+    EXPECT_EQ(client.ask("01||FREE\n"), "Inv. FREE|01|Inv. FREE||\n") << "its own takes its place, closed";
 }
 
 TEST(PositionPair, Elements)

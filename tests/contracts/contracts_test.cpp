@@ -1,0 +1,353 @@
+// The component over doubles of all that it calls: what it asks for, in which order, and what it makes of a
+// failure at any step.
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "FailureOf.h"
+#include "component/DispSvr.h"
+#include "component/RecordError.h"
+#include "external/DbTools.h"
+#include "platform/runtime/ApplicationInfo.h"
+
+namespace vqloan {
+namespace test {
+namespace {
+
+using namespace std::string_literals;
+
+constexpr std::size_t never = SIZE_MAX;
+
+// The calls that were made, each a line; the one of that number fails.
+struct Calls
+{
+    std::vector<std::string> made{};
+    std::size_t failing = never;
+
+    template <class Result = int> Result note(const std::string& call, Result result = {})
+    {
+        made.push_back(call);
+        if (made.size() - 1 == failing)
+            throw RuntimeError(1000, u"broken", u"double");
+        return result;
+    }
+    // Those that begin so.
+    std::string only(const std::string& beginning) const
+    {
+        std::string found;
+        for (const std::string& call : made)
+            found += call.starts_with(beginning) ? call + "\n" : "";
+        return found;
+    }
+} calls;
+
+std::map<std::string, std::u16string> settings; // by "SECTION KEY"
+const std::map<std::string, std::u16string> placeholders{
+    {"A", u"§"}, {"B", u"D="}, {"C", u"c"}, {"USER", u"desk"}, {"SECRET", u"word"}};
+
+std::string shown(const Variant& value)
+{
+    return value.isMissing() ? "-" : text::toUtf8(value.toText());
+}
+
+struct IniDouble : IniFile
+{
+    void SetFile(const std::u16string&) override { calls.note("SetFile"); }
+};
+
+struct SysToolsDouble : SysTools
+{
+    std::u16string DirSlash(std::u16string& path) override { return calls.note("DirSlash", path + u"/"); }
+    Variant ReadIni(const Variant& section, const Variant& key, const Variant& byDefault,
+                    std::shared_ptr<IniFile>&) override
+    {
+        const std::string name = shown(section) + " " + shown(key);
+        return calls.note("ReadIni " + name, settings.contains(name) ? settings[name] : byDefault);
+    }
+    void StripChar(std::u16string& text, std::u16string& marker) override
+    {
+        calls.note("StripChar", std::erase(text, marker.at(0)));
+    }
+    bool ResolvePlaceholder(std::u16string& name) override
+    {
+        const auto found = placeholders.find(text::toUtf8(name));
+        name = found == placeholders.end() ? name : found->second;
+        return calls.note("ResolvePlaceholder", found == placeholders.end());
+    }
+    void StoreError(FailureDetails& details, std::int32_t& flags, const Variant& argument8,
+                    std::int32_t& argument9) override
+    {
+        std::string call = "StoreError ";
+        for (const Variant* detail : {&details.Number, &details.Source, &details.Description,
+                                      &details.HelpFile, &details.HelpContext, &details.LastDllError})
+            call += shown(*detail) + ", ";
+        calls.note(call + std::to_string(flags) + ", " + shown(argument8) + ", " + std::to_string(argument9));
+    }
+    std::u16string SysMessage(std::int32_t& code) override
+    {
+        return calls.note("SysMessage", u"message " + text::decimal(code));
+    }
+    void AfterError() override { calls.note("AfterError"); }
+    // Not called here.
+    bool FileExists(std::u16string&) override { return false; }
+    std::int32_t TickCount() override { return 0; }
+    void GetError(VARIANT*, VARIANT*, VARIANT*, VARIANT*, VARIANT*, VARIANT*) override {}
+    std::u16string ErrorText(const Variant&, std::int32_t&) override { return {}; }
+};
+
+struct ConnectionDouble : Connection
+{
+    void ConnectionTimeout(std::int32_t seconds) override { set("ConnectionTimeout", seconds); }
+    void CommandTimeout(std::int32_t seconds) override { set("CommandTimeout", seconds); }
+    void CursorLocation(std::int32_t location) override { set("CursorLocation", location); }
+    void Open(const std::u16string& connectionString, const std::u16string& userId,
+              const std::u16string& password, std::int32_t options) override
+    {
+        set("Open " + text::toUtf8(connectionString + u", " + userId + u", " + password) + ",", options);
+    }
+    void Close() override {}
+    std::int32_t State() override { return ado::stateClosed; }
+    static void set(const std::string& member, std::int32_t value)
+    {
+        calls.note("Connection." + member + " " + std::to_string(value));
+    }
+};
+
+// One row, in which each field holds its name.
+struct RecordsetDouble : Recordset, Field
+{
+    void Open(std::u16string_view, const std::shared_ptr<Connection>&, std::int32_t, std::int32_t,
+              std::int32_t) override
+    {
+        calls.note("Recordset.Open");
+    }
+    void Close() override {}
+    bool Eof() override { return calls.note("EOF", atEnd); }
+    void MoveNext() override { atEnd = calls.note("MoveNext", true); }
+    Field& Item(std::u16string_view column) override
+    {
+        name = calls.note("Item", column);
+        return *this;
+    }
+    Field& Item(std::int32_t) override { return *this; }
+    Variant Value() override { return name; }
+
+    bool atEnd = false;
+    std::u16string name;
+};
+
+struct DbToolsDouble : DbTools
+{
+    Variant FieldValue(Field& field, std::int32_t) override
+    {
+        return calls.note("FieldValue", field.Value());
+    }
+    void CloseRecordset(std::unique_ptr<Recordset>&) override { calls.note("CloseRecordset"); }
+    void CloseConn(std::shared_ptr<Connection>&) override {}
+};
+
+SysToolsDouble theSysTools;
+DbToolsDouble theDbTools;
+
+} // namespace
+} // namespace test
+
+// In the place of the real ones, which stay out of this program.
+SysTools& sysTools()
+{
+    return test::theSysTools;
+}
+DbTools& dbTools()
+{
+    return test::theDbTools;
+}
+std::shared_ptr<IniFile> createIniFile()
+{
+    return test::calls.note("createIniFile", std::make_shared<test::IniDouble>());
+}
+std::shared_ptr<Connection> createConnection()
+{
+    return test::calls.note("createConnection", std::make_shared<test::ConnectionDouble>());
+}
+std::unique_ptr<Recordset> createRecordset()
+{
+    test::calls.note("createRecordset");
+    return std::make_unique<test::RecordsetDouble>();
+}
+
+namespace test {
+namespace {
+
+// --- Recording ---
+
+TEST(RecordError, GathersMergesAndStores)
+{
+    RuntimeError full(70, u"Permission denied", u"file");
+    full.helpFile = u"help";
+    full.helpContext = 12;
+    full.lastDllError = 13;
+    const RuntimeError none(0, u"");
+    const SysTools::FailureDetails nothing, source{.Source = u"here"},
+        all{.Number = u"5",
+            .Source = u"here",
+            .Description = u"A",
+            .HelpFile = u"h",
+            .HelpContext = std::int32_t{1},
+            .LastDllError = u"2"},
+        unconvertible{.Number = u"x",
+                      .Source = u"here",
+                      .Description = Variant::null(),
+                      .HelpFile = Variant::null(),
+                      .HelpContext = Variant::null(),
+                      .LastDllError = u"x"};
+    const std::tuple<const char*, RuntimeError, SysTools::FailureDetails, std::int32_t, std::string> cases[] =
+        {
+            {"nothing given", full, nothing, 0, "70, file, Permission denied, help, 12, 13, 0"},
+            {"nothing pending", none, source, 0, "0, here, , , 0, 0, 0"},
+            {"all given", full, all, 0, "5, here, A (Permission denied), h, 1, 2, 0"},
+            {"a description alone", none, all, 0, "5, here, A, h, 1, 2, 0"},
+            {"no number", {65535, u"x"}, source, 0, "0, here, x, , 0, 0, 0"},
+            {"one below it", {65534, u"x"}, source, 0, "65534, here, x, , 0, 0, 0"},
+            {"what does not convert stays", full, unconvertible, 0,
+             "70, here, Permission denied, help, 12, 13, 0"},
+            {"the system's text", full, source, 2,
+             "70, here, Permission denied\r\nmessage 13, help, 12, 13, 2"},
+            {"as given", full, source, 4, "-, here, -, -, -, -, 4"},
+            {"as given too", full, source, 8, "-, here, -, -, -, -, 8"},
+            {"as given, without the system's text", full, source, 14, "-, here, -, -, -, -, 14"},
+        };
+    for (const auto& [what, failure, given, flags, stored] : cases)
+        // Once as it is, then with each of the calls failing; a store that fails has been called.
+        for (const std::size_t failing : {never, std::size_t{0}, std::size_t{1}}) {
+            calls = {.failing = failing};
+            pending::set(std::make_exception_ptr(failure));
+            RecordError(given, flags, Variant(u"8th"), 9);
+            std::string expected = "StoreError " + stored + ", 8th, 9";
+            if (failing == 0 && flags == 2)
+                expected.replace(expected.find("\r\n"), std::string("\r\nmessage 13").size(), "");
+            EXPECT_EQ(calls.made.back(), expected) << what;
+            EXPECT_EQ(pending::take().number, flags < 4 ? 0 : failure.number) << what;
+        }
+}
+
+// --- Opening ---
+
+std::string record(const std::string& operation)
+{
+    return "StoreError 1000, VQLoan.SvrODBC." + operation + ", 0, broken, , 0, 0, 0, -, 0\n";
+}
+
+// What an opening records when it has found a failure that has been recorded already.
+const std::string noticed = "StoreError -, VQLoan.SvrODBC.OpenDatabase, 0, -, -, -, -, 4, -, 0\n";
+
+class Opening : public testing::Test
+{
+protected:
+    Opening() { ApplicationInfo::pretendFile(u"/srv/VQLoan.so"); }
+
+    const std::map<std::string, std::u16string> all = {
+        {"SERVER CONNECT", u"P;§A§B§§C§"}, {"SERVER TIMEOUT", u"30"},    {"SERVER COMMTIMEOUT", u"60"},
+        {"SERVER CURSOR", u"3"},           {"SERVER OPTIONS", u"16"},    {"SERVER USERNAME", u"§USER§"},
+        {"SERVER PASSWORD", u"§SECRET§"},  {"SERVER INVENTARIO", u"5,4"}};
+};
+
+TEST_F(Opening, AsksForTheConnectionAsConfigured)
+{
+    const std::tuple<const char*, std::map<std::string, std::u16string>, std::string> cases[] = {
+        {"all set; the value of A joins with what follows it", all,
+         "Connection.ConnectionTimeout 30\nConnection.CommandTimeout 60\nConnection.CursorLocation 3\n"
+         "Connection.Open P;D=c, desk, word, 16\n"},
+        {"nothing set", {}, "Connection.Open , , , -1\n"},
+        {"0 leaves the provider's default",
+         {{"SERVER TIMEOUT", u"0"},
+          {"SERVER COMMTIMEOUT", u"-1"},
+          {"SERVER CURSOR", u"0"},
+          {"SERVER OPTIONS", u"0"}},
+         "Connection.Open , , , 0\n"},
+        {"no password without a user", {{"SERVER PASSWORD", u"word"}}, "Connection.Open , , , -1\n"},
+        {"literal signs",
+         {{"SERVER CONNECT", u"a§b"}, {"SERVER USERNAME", u"john§"}, {"SERVER PASSWORD", u"a§b"}},
+         "Connection.Open a§b, john§, a§b, -1\n"},
+        {"CONNECT not resolved", {{"SERVER CONNECT", u"§A§NONE§"}}, ""},
+        {"USERNAME not resolved", {{"SERVER USERNAME", u"§NONE§"}}, ""},
+        {"PASSWORD not resolved", {{"SERVER PASSWORD", u"§NONE§"}}, ""},
+    };
+    for (const auto& [what, values, asked] : cases) {
+        calls = {};
+        settings = values;
+        EXPECT_EQ(DispSvr().OpenDatabase(u"SQL2"), asked.empty()) << what;
+        EXPECT_EQ(calls.only("Connection."), asked) << what;
+        EXPECT_EQ(calls.only("StoreError"), asked.empty() ? noticed : "") << what;
+    }
+}
+
+// How many of the server's settings an object holds.
+int settingsOf(const DispSvr& svr)
+{
+    return !svr.ConnectStr.empty() + (svr.ConnTimeout == 30) + (svr.CmdTimeout == 60) + (svr.CursorLoc == 3) +
+           (svr.OpenOptions == 16) + !svr.UserName.empty() + !svr.Password.empty() + (svr.InvStart == 5) +
+           (svr.BibStart == 1);
+}
+
+TEST_F(Opening, EndsAtTheStepThatFails)
+{
+    const CodeTable former{u"", u"former"};
+    settings = all;
+    for (const char16_t* kind : {u"SQL", u"SQL2"}) {
+        calls = {};
+        ASSERT_FALSE(DispSvr().OpenDatabase(kind));
+        const std::vector<std::string> steps = calls.made;
+        bool connected = false, loading = false, queried = false;
+        int read = 0; // settings
+        for (std::size_t i = 0; i < steps.size(); ++i) {
+            SCOPED_TRACE(std::to_string(i) + " " + steps[i]);
+            loading = loading || steps[i] == "createRecordset";
+            // Neither ends the opening: without its file each setting has its default.
+            const bool unbound = i < 3, released = steps[i] == "CloseRecordset";
+            calls = {.failing = i};
+            DispSvr svr;
+            svr.TabMessa = svr.TabStati = former;
+            EXPECT_EQ(svr.OpenDatabase(kind), !unbound && !released);
+            EXPECT_EQ(calls.only("StoreError"), unbound    ? record("InitIni")
+                                                : released ? ""
+                                                : loading  ? record("LoadStati") + noticed
+                                                           : record("OpenDatabase"));
+            EXPECT_EQ(pending::take().number, 0);
+            EXPECT_NE(svr.TabMessa, former);
+            if (!unbound) {
+                EXPECT_EQ(settingsOf(svr), read);
+                EXPECT_EQ(svr.Conn != nullptr, connected);
+                EXPECT_EQ(svr.TabStati == former, !queried) << "kept until its query has run";
+            }
+            connected = connected || steps[i] == "createConnection";
+            queried = queried || steps[i] == "Recordset.Open";
+            read += steps[i].starts_with("ReadIni SERVER");
+            calls = {};
+            EXPECT_FALSE(svr.OpenDatabase(kind)) << "the next one is good";
+            EXPECT_EQ(svr.TabMessa, (CodeTable{u"", u"1\t"}));
+            EXPECT_EQ(svr.ClientTimeout, kind == u"SQL"s ? 5 : 0);
+        }
+    }
+}
+
+// --- Answering ---
+
+TEST(VisNre, TellsOfItsFailureAfterRecordingIt)
+{
+    const std::u16string tooLong(40000, u'x');
+    std::u16string unused;
+    calls = {};
+    EXPECT_EQ(DispSvr().VisNre(unused, unused, tooLong), u"");
+    EXPECT_EQ(calls.made, (std::vector<std::string>{"StoreError 6, SvrODBC.VisNre, Overflow, , 0, 0, 0, -, 0",
+                                                    "AfterError"}));
+    calls = {.failing = 1};
+    EXPECT_EQ(failureOf([&] { DispSvr().VisNre(unused, unused, tooLong); }).number, 1000)
+        << "what it fails with";
+}
+
+} // namespace
+} // namespace test
+} // namespace vqloan
