@@ -147,6 +147,11 @@ class Ask(Site):
         self.assertEqual((row["outcome"], row["availability"]), ("failure", "Errore nei parametri"))
         failed = self.ask("SQL", "--format=table", "--library=01", "--inventory=KA000002", status=1)
         self.assertRegex(failed.stderr.decode(), r"request 1: 76 Path not found \(SvrODBC\.CallSql")
+        # What was recorded of the line before is not told for the gateway's own message.
+        self.edit("SvrDisp.ini", b"PATH=/nowhere", b"PATH=" + bytes(self.site / "gateway"))
+        (self.site / "gateway/ZSQL_007.CL2").write_bytes(b"\tE1\r\n")
+        failed = self.ask("SQL", "--format=table", text=b"x" * 40000 + b"\n01\t\t1\n", status=1)
+        self.assertRegex(failed.stderr.decode(), r"request 1: 6 Overflow [^\n]*\n[^\n]*request 2: E1\n")
         failed = self.ask("SQL2", "--format=table", "--library=01", status=1)  # no inventory number
         self.assertIn(b"request 1: no answer", failed.stderr)
         (self.site / "library.db").unlink()
@@ -218,8 +223,12 @@ class Serving(Site):
             self.assertRegex(self.exchange(b"WL,KA000002,01\r\n"), rb"^Biblioteca di San Martino\t\tIn prestito dal\t[0-9-]+\t\r\n$")
         self.assertEqual(self.exchange(b"WL,KA000001,00\r\n"), b"Biblioteca Centrale\t\tDisponibile\t\r\n")
         self.assertIn("già".encode("cp1252"), self.exchange(b"WL,KA000004,03\r\n"))
+        # One whose answer cannot be written is given up, sooner than the last of these is answered.
+        (gateway / "ZSQL_043.CL2").mkdir()
+        (gateway / "ZSQL_043.CL1").write_bytes(b"WL,KA000001,00\r\n")
         for bad in (b"\r\n", b"WL\r\n", b"WL,1\r\n", b"WL,\t,\t\r\n", b"\x00\xff" * 5000 + b"\r\n", b"", b"WL,KA000002,01"):
             self.assertRegex(self.exchange(bad), rb"^\t[^\t]+\r\n$")
+        (gateway / "ZSQL_043.CL2").rmdir()
         # A request in two pieces is answered once it is whole.
         with open(gateway / "ZSQL_009.CL1", "wb", buffering=0) as request:
             request.write(b"WL,KA0000")
@@ -234,7 +243,7 @@ class Serving(Site):
             await_true((gateway / f"ZSQL_{client}.CL2").exists, f"the answer to client {client}")
             (gateway / f"ZSQL_{client}.CL2").unlink()
         self.assertIn(b"Answered 32 requests", self.end(server, signal.SIGINT))
-        self.assertEqual(sorted(os.listdir(gateway)), ["ZSQL_009.CL2", "ZSQL_042.CL2"])
+        self.assertEqual(sorted(path.name for path in gateway.glob("*.CL2")), ["ZSQL_009.CL2", "ZSQL_042.CL2"])
 
     def test_gateway_whose_database_goes_and_comes_back(self):
         self.serve("gateway", "--site", self.site)

@@ -1,6 +1,8 @@
 // The file exchanges with the SQL gateway and the legacy host, with a counterpart at the other end.
 #include <gtest/gtest.h>
 
+#include <map>
+
 #include "Network.h"
 #include "Responder.h"
 #include "platform/runtime/TextFiles.h"
@@ -120,17 +122,32 @@ protected:
         "codbib=01,AA,Civica\ncodbib=02,ZZ,Alfa\ncodbib=00,AA,Centrale\n";
 
     Host() : Exchange("Z7000_07") { configure(); }
-    // CLIENT.PAR, with wait limit, width and line 14 as given.
-    void configure(const std::string& limit = "1", const std::string& width = "40",
-                   const std::string& last = "ZZ=Non collegata", const std::string& libraryLines = libraries)
+    // CLIENT.PAR with these lines for its own, by number.
+    void configure(const std::map<std::size_t, std::string>& changed = {},
+                   const std::string& libraryLines = libraries)
     {
         create_directory(exchange);
-        site.hostParameters("CLIENT= 7\nTIMEOUT=" + limit + "\nDIR=" + exchange.string() +
-                            "/\n4=\n5=\nWIDTH=" + width +
-                            "\n7=\n8=\n9=\n10=\nTIMEOUTTEXT= Non risponde\nEMPTYTEXT=Vuoto\n13=\n" + last +
-                            "\n" + libraryLines);
+        std::string file;
+        for (std::size_t number = 1; number <= std::size(parameters); ++number)
+            file += (changed.contains(number) ? changed.at(number) : parameters[number - 1]) + "\n";
+        site.hostParameters(file + libraryLines);
         EXPECT_FALSE(desk.open("7000")) << desk.failure().description;
     }
+
+    const std::string parameters[14] = {"CLIENT= 7",
+                                        "TIMEOUT=1",
+                                        "DIR=" + exchange.string() + "/",
+                                        "4=",
+                                        "5=",
+                                        "WIDTH=40",
+                                        "7=",
+                                        "8=",
+                                        "9=",
+                                        "10=",
+                                        "TIMEOUTTEXT= Non risponde",
+                                        "EMPTYTEXT=Vuoto",
+                                        "13=",
+                                        "ZZ=Non collegata"};
 };
 
 // What answers with the line that it was asked.
@@ -171,15 +188,46 @@ TEST_F(Host, OwnLibraryFirstOthersByName)
               "Civica|WL,01456789||\n");
     EXPECT_EQ(desk.ask("01||1\n01||2\n00||3\n00||4"),
               "Centrale|WL,004||\nCentrale|WL,003||\nCivica|WL,011||\nCivica|WL,012||\n");
-    // A code is translated by the group column, row after row; capitals are no library line to the host call.
-    const std::string groups = "codbib=AA,01,Alpha\ncodbib=BB,AA,Beta\ncodbib=01,xx,Civica\n";
-    configure("1", "40", "=", groups + "CODBIB=02,BB,x\n");
-    configure("1", "40", "XY=Qui", groups);
-    EXPECT_EQ(desk.ask("01||1"), "Civica|WL,BB1||\n");
-    configure("1", "40", "B=Qui", groups);
-    remove(request);
-    EXPECT_EQ(desk.ask("01||1"), "Civica|Qui||\n");
-    EXPECT_FALSE(exists(request)) << "answered without an exchange";
+}
+
+// What is asked of a host that does not answer.
+TEST_F(Host, ParametersAndTranslation)
+{
+    const std::string path = exchange.string() + "/", long_(32766, 'x');
+    // What is special, lines by number, library lines, request line, what is sent, what the desk is told.
+    const std::tuple<const char*, std::map<std::size_t, std::string>, std::string, std::string, std::string,
+                     std::string>
+        cases[] = {
+            {"blanks around lines", {{3, "  " + path + "  "}}, "  codbib=01,AA,X", "01||1", "WL,011", ""},
+            {"a code is translated row after row",
+             {},
+             "codbib=AA,01,A\ncodbib=BB,AA,B\n",
+             "AA||1",
+             "WL,BB1",
+             ""},
+            {"capitals are no library line", {}, "codbib=AA,01,A\nCODBIB=BB,AA,B\n", "AA||1", "WL,AA1", ""},
+            {"the request is in capitals", {}, "codbib=xy,AA,X\n", "xy||1", "WL,XY1", ""},
+            {"the line sent is trimmed", {}, "codbib=1 ,AA,A\ncodbib=AA,BB,B\n", "AA||", "WL,1", ""},
+            {"no answer in time and no text for it", {{11, "="}}, libraries, "01||1", "WL,011", "Vuoto"},
+            {"answered here", {{14, "B=Qui"}}, "codbib=AA,01,A\ncodbib=BB,AA,B\n", "AA||1", "", "Qui"},
+            {"a key that ends in a blank", {{14, "  01 =Qui"}}, libraries, "01||1 23456", "", "Qui"},
+            {"the same, no blank", {{14, "01 =Qui"}}, libraries, "01||123456", "WL,01123456", ""},
+            {"a TAB at the last position",
+             {{14, "=" + long_ + "\t"}},
+             libraries,
+             "01||1",
+             "",
+             long_.substr(0, 38)},
+        };
+    for (auto [what, lines, libraryLines, line, sent, told] : cases) {
+        lines[2] = "TIMEOUT=.01";
+        configure(lines, libraryLines);
+        remove(request);
+        const std::string answer = desk.ask(line);
+        EXPECT_EQ(answer.substr(answer.find('|')), "|" + (told.empty() ? "Non risponde" : told) + "||\n")
+            << what;
+        EXPECT_EQ(read(request), sent.empty() ? "" : sent + "\r\n") << what;
+    }
 }
 
 // Failed calls answer nothing and record why.
@@ -188,14 +236,24 @@ TEST_F(Host, Failures)
     const std::string thirteen = "1\n2\n3\n4\n5\n6\n7\n8\n9\n10\n11\n12\n13\n";
     const std::string eight = libraries + std::string(libraries) + "codbib=03,AA,x\ncodbib=04,AA,x\n";
     const auto file = site.directory / "CLIENT.PAR";
+    const auto line = [this](std::size_t number, const std::string& text) {
+        return [this, number, text] { configure({{number, text}, {2, "=0.01"}}); };
+    };
     const Damaged cases[] = {
         {"no settings file", [&] { remove(file); }, 53, ""},
         {"thirteen lines", [&] { site.hostParameters(thirteen); }, 62, ""},
-        {"no = on line 14", [&] { site.hostParameters(thirteen + "14\n"); }, 5, ""},
-        {"number out of range", [&] { site.hostParameters("1\n2\n3\n4\n5\n40000\n"); }, 6, ""},
+        {"wait limit out of range", [&] { configure({{2, "=1E39"}, {3, "none/"}}); }, 6, ""},
+        {"a blank in front of the directory", line(3, "= " + exchange.string() + "/"), 76, ""},
+        {"line 4 out of range", line(4, "=40000"), 6, ""},
+        {"line 5 out of range", line(5, "=40000"), 6, ""},
+        {"width out of range", line(6, "=40000"), 6, ""},
+        {"line 7 out of range", line(7, "=40000"), 6, ""},
+        {"line 10 out of range", line(10, "=40000"), 6, ""},
+        {"no = on line 14", line(14, "ZZ"), 5, ""},
         {"eleven libraries", [&] { write(file, read(file) + wire(eight)); }, 9, ""},
         {"exchange directory gone", [&] { remove_all(exchange); }, 76, ""},
-        {"width 1", [&] { configure("0.01", "1", "Z="); }, 5, "Non risponde"}, // stored before the cut
+        {"a TAB out of reach", line(14, "=" + std::string(32767, 'x') + "\t"), 6, ""},
+        {"width 1", line(6, "=1"), 5, "Non risponde"}, // stored before the cut
     };
     for (const auto& [what, damage, number, told] : cases) {
         SCOPED_TRACE(what);
@@ -219,6 +277,36 @@ TEST_F(Host, ACallDuringTheWait)
     postEvent([&] { second.answer = second.desk.ask("01||222222\n01||333333"); });
     EXPECT_EQ(desk.ask("01||111111"), "Civica|WL,01111111||\n");
     EXPECT_EQ(second.answer, "Civica|WL,01222222||\nCivica|WL,01333333||\n");
+}
+
+// The own library counts as it is when a line has its answer.
+TEST_F(Host, TheOwnLibraryChangesDuringTheWait)
+{
+    const Responder host(files, after(100, echo));
+    configure({}, "codbib=01,AA,Civica\ncodbib=02,ZZ,Ponte\n");
+    const std::string unlisted = "09|Disponibilità non verificabile|Opera non posseduta dalla biblioteca|\n",
+                      skipped = "Ponte|Disponibilità non verificabile|Non collegata|\n",
+                      answered = "Civica|WL,011||\n";
+    for (const auto& [before, during, expected] : {std::tuple("01", "99", unlisted + answered + skipped),
+                                                   {"99", "01", answered + unlisted + skipped}}) {
+        desk.ownLibrary(before);
+        postEvent([&, code = during] { desk.ownLibrary(code); });
+        EXPECT_EQ(desk.ask("09||1\n02||1\n01||1"), expected) << before << " to " << during;
+    }
+}
+
+TEST_F(Host, AnEmptyAnswerRunsNoEvents)
+{
+    bool ran = false;
+    configure({{2, "TIMEOUT=0.3"}});
+    postEvent([&] {
+        write(answer, "");
+        postEvent([&] { ran = true; });
+    });
+    EXPECT_EQ(desk.ask("01||1"), "Civica|Non risponde||\n");
+    EXPECT_FALSE(ran);
+    desk.ask("01||1");
+    EXPECT_TRUE(ran) << "no file at all does";
 }
 
 } // namespace

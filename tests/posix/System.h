@@ -7,6 +7,7 @@
 #include <csignal>
 #include <filesystem>
 #include <functional>
+#include <utility>
 
 #include "platform/automation/Automation.h"
 
@@ -60,7 +61,7 @@ inline void postEvent(std::function<void()> event)
     AutomationSetPendingEvents(
         [](void*) {
             AutomationSetPendingEvents(nullptr, nullptr);
-            pending();
+            std::exchange(pending, nullptr)();
         },
         nullptr);
 }

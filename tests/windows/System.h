@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <thread>
+#include <utility>
 
 #include "platform/automation/Automation.h"
 
@@ -46,7 +47,7 @@ inline void postEvent(std::function<void()> event)
         static void CALLBACK expired(HWND, UINT, UINT_PTR timer, DWORD)
         {
             KillTimer(nullptr, timer);
-            pending();
+            std::exchange(pending, nullptr)();
         }
     };
     pending = std::move(event);
