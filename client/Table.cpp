@@ -78,7 +78,7 @@ std::u32string takeLine(std::u32string& text, std::size_t width)
             next = blank + 1;
         }
     }
-    const std::u32string line = text.substr(0, end);
+    std::u32string line = text.substr(0, end);
     text.erase(0, std::max<std::size_t>(next, 1));
     return line;
 }

@@ -55,7 +55,7 @@ inline int freePort()
 
 inline bool hasOdbcDriver(const std::string& name)
 {
-    return read("/etc/odbcinst.ini").find("[" + name + "]") != std::string::npos;
+    return WITH_ODBC && read("/etc/odbcinst.ini").find("[" + name + "]") != std::string::npos;
 }
 
 class PostgresServer
