@@ -103,27 +103,43 @@ TEST(Fields, PositionsAre16Bit)
     CodeTable table(32768, u"9\tno");
     table[32767] = u"10\tlast";
     EXPECT_EQ(DispSvr::Find_Messa(u"10", table), u"last");
+    EXPECT_EQ(DispSvr::Find_Messa(u"", {}), u"") << "no load has filled it";
     EXPECT_EQ(DispSvr::Find_Messa(u"09", table), u"") << "codes are texts";
     table.push_back(u"");
     EXPECT_THROW(DispSvr::Find_Messa(u"9", table), RuntimeError);
 }
 
-// The group as one text in which lines are searched and inserted by position.
+// The group as one text, in which lines are found and inserted by positions of 16 bits, from 1.
 struct GroupAsText
 {
     std::u16string text;
 
-    void place(const std::u16string& key, const std::u16string& line, Int16 n)
+    static std::size_t checked(std::size_t position)
     {
-        Int16 k = 1;
-        while (k < n && key >= DispSvr::GetField(DispSvr::GetField(text, u"\r\n", k), u"\t", 1))
+        return position <= 32767 ? position : throw RuntimeError(Failure::Overflow);
+    }
+    std::size_t endOfLine(std::size_t start) const { return checked(text.find(u"\r\n", start - 1) + 1); }
+    std::size_t startOfLine(int k) const
+    {
+        std::size_t start = 1;
+        for (; k > 1 && start <= text.size(); --k)
+            start = checked(endOfLine(start) + 2);
+        return start;
+    }
+    std::u16string firstField(int k) const
+    {
+        const std::size_t start = startOfLine(k);
+        if (start > text.size())
+            return {}; // there is no such line
+        const std::u16string line = text.substr(start - 1, endOfLine(start) - start);
+        return line.substr(0, line.find(u'\t'));
+    }
+    void place(const std::u16string& key, const std::u16string& line, int n)
+    {
+        int k = 1;
+        while (k < n && key >= firstField(k))
             ++k;
-        if (k == n)
-            text += line + u"\r\n";
-        else if (k == 1)
-            text = line + u"\r\n" + text;
-        else
-            text.insert(static_cast<std::size_t>(DispSvr::FindNth(text, u"\r\n", k - 1) + 1), line + u"\r\n");
+        text.insert(k == n ? text.size() : startOfLine(k) - 1, line + u"\r\n");
     }
 };
 

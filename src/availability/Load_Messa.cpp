@@ -6,7 +6,8 @@ namespace vqloan {
 
 void DispSvr::Load_Messa()
 {
-    InitIni(); // has recorded its failure itself; the reads below then fail or give their defaults
+    // A failure is recorded already; the reads below then fail or give their defaults.
+    static_cast<void>(InitIni());
     TabMessa.assign(1, {});
     const std::int16_t count = settings::readInteger(Ini, site::setting(u"MESSAGGI", u"NUMMSG"));
     for (int number = 1; number <= count; ++number) {

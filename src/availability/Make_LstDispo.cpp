@@ -57,10 +57,11 @@ std::u16string trimmedRight(std::u16string value)
     return value;
 }
 
-// "DD-MM-YYYY"; the empty text for an empty value.
+// "DD-MM-YYYY"; the empty text for an empty value, whether that is a text or no value at all.
 std::u16string dayMonthYear(const Variant& value)
 {
-    if (value.get().vt == VT_BSTR && value.toText().empty())
+    const VARTYPE type = value.get().vt;
+    if (type == VT_EMPTY || (type == VT_BSTR && value.toText().empty()))
         return {};
     const auto days = std::chrono::days(static_cast<int>(std::trunc(value.toDate())));
     const std::chrono::year_month_day date(std::chrono::sys_days(std::chrono::year(1899) / 12 / 30) + days);
@@ -116,11 +117,11 @@ std::u16string loanText(const RecordsetVariable& movement, const CodeTable& mess
 // The order of the checks is the order of precedence.
 std::u16string DispSvr::Make_LstDispo(std::u16string_view Inv, std::u16string& Bib) noexcept
 {
+    if (!IsConnected() || Inv.empty())
+        return {};
     RecordsetVariable holdings;
     RecordsetVariable movements; // serves the library query first; released before the holdings
     try {
-        if (!IsConnected() || Inv.empty())
-            return {};
         const auto text = [this](Message message) { return Find_Messa(codeOf(message), TabMessa); };
 
         const std::u16string inventory = quoted(part(Inv, InvStart, InvLen));

@@ -1,5 +1,5 @@
-// A recordset variable of an operation: it makes a fresh recordset when it is used while empty, and hands
-// what it holds to DbTools on every way out, where failures are ignored.
+// A recordset variable of an operation: used while it is empty, it makes a fresh recordset; on every way out
+// it is handed to DbTools, empty or not, and a failure of that is ignored.
 #pragma once
 
 #include <memory>
@@ -32,11 +32,7 @@ public:
             recordset_ = createRecordset();
         recordset_->Open(statement, connection, ado::cursorDynamic, ado::lockReadOnly, ado::commandText);
     }
-    void release()
-    {
-        if (recordset_)
-            dbTools().CloseRecordset(recordset_);
-    }
+    void release() { dbTools().CloseRecordset(recordset_); }
 
     Recordset* operator->() const noexcept { return recordset_.get(); }
     // A field of the current row, by name or position; the empty text for NULL.

@@ -1,4 +1,4 @@
-// Recording of failures: every operation with a handler ends its catch clause in `recordFailure`.
+// Recording of failures. The last catch clause of every operation that records calls `recordFailure`.
 #pragma once
 
 #include <cstdint>
@@ -17,8 +17,9 @@ inline constexpr std::int32_t asGiven = 4;       // gather nothing: pass the arg
 inline constexpr std::int32_t asGivenToo = 8;    // the same
 } // namespace recording
 
-// Gathers the thread's pending failure, clears it, replaces details by those given (a missing Variant is one
-// that is not given) and has SysTools store the outcome. Never fails.
+// Gathers the thread's pending failure, clears it, and has SysTools store it with the details that are given
+// (a missing Variant is one that is not). A given detail takes the place of the gathered one; only a given
+// description keeps it, in parentheses behind itself. A step that fails is left out. Never fails.
 void RecordError(SysTools::FailureDetails given, std::int32_t Flags,
                  const Variant& argument8 = Variant::missing(), std::int32_t argument9 = 0) noexcept;
 

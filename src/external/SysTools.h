@@ -28,7 +28,7 @@ public:
     // Removes the marker from the text.
     virtual void StripChar(std::u16string& text, std::u16string& marker) = 0;
     // Replaces the name (without its "§" signs) by what it stands for. True when it could NOT be resolved.
-    virtual bool ResolvePlaceholder(std::u16string& name) = 0;
+    [[nodiscard]] virtual bool ResolvePlaceholder(std::u16string& name) = 0;
 
     // Files and time.
 
