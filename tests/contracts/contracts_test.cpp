@@ -2,6 +2,7 @@
 // failure at any step.
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <map>
 #include <string>
 #include <tuple>
@@ -10,8 +11,9 @@
 #include "FailureOf.h"
 #include "component/DispSvr.h"
 #include "component/RecordError.h"
-#include "external/DbTools.h"
 #include "platform/runtime/ApplicationInfo.h"
+#include "platform/standins/DbTools.h"
+#include "platform/standins/SysTools.h"
 
 namespace vqloan {
 namespace test {
@@ -19,13 +21,11 @@ namespace {
 
 using namespace std::string_literals;
 
-constexpr std::size_t never = SIZE_MAX;
-
 // The calls that were made, each a line; the one of that number fails.
 struct Calls
 {
     std::vector<std::string> made{};
-    std::size_t failing = never;
+    std::size_t failing = SIZE_MAX;
 
     template <class Result = int> Result note(const std::string& call, Result result = {})
     {
@@ -44,9 +44,10 @@ struct Calls
     }
 } calls;
 
-std::map<std::string, std::u16string> settings; // by "SECTION KEY"
-const std::map<std::string, std::u16string> placeholders{
-    {"A", u"§"}, {"B", u"D="}, {"C", u"c"}, {"USER", u"desk"}, {"SECRET", u"word"}};
+using Values = std::map<std::string, std::u16string>;
+
+Values settings; // by key
+const Values placeholders{{"A", u"§"}, {"B", u"D="}, {"C", u"c"}, {"USER", u"desk"}, {"SECRET", u"word"}};
 
 std::string shown(const Variant& value)
 {
@@ -58,24 +59,21 @@ struct IniDouble : IniFile
     void SetFile(const std::u16string&) override { calls.note("SetFile"); }
 };
 
-struct SysToolsDouble : SysTools
+struct SysToolsDouble : standins::SysTools
 {
     std::u16string DirSlash(std::u16string& path) override { return calls.note("DirSlash", path + u"/"); }
     Variant ReadIni(const Variant& section, const Variant& key, const Variant& byDefault,
-                    std::shared_ptr<IniFile>&) override
+                    std::shared_ptr<vqloan::IniFile>&) override
     {
-        const std::string name = shown(section) + " " + shown(key);
-        return calls.note("ReadIni " + name, settings.contains(name) ? settings[name] : byDefault);
-    }
-    void StripChar(std::u16string& text, std::u16string& marker) override
-    {
-        calls.note("StripChar", std::erase(text, marker.at(0)));
+        calls.note("ReadIni " + shown(section) + " " + shown(key));
+        return settings.contains(shown(key)) ? settings[shown(key)] : byDefault;
     }
     bool ResolvePlaceholder(std::u16string& name) override
     {
+        calls.note("ResolvePlaceholder");
         const auto found = placeholders.find(text::toUtf8(name));
         name = found == placeholders.end() ? name : found->second;
-        return calls.note("ResolvePlaceholder", found == placeholders.end());
+        return found == placeholders.end();
     }
     void StoreError(FailureDetails& details, std::int32_t& flags, const Variant& argument8,
                     std::int32_t& argument9) override
@@ -91,11 +89,6 @@ struct SysToolsDouble : SysTools
         return calls.note("SysMessage", u"message " + text::decimal(code));
     }
     void AfterError() override { calls.note("AfterError"); }
-    // Not called here.
-    bool FileExists(std::u16string&) override { return false; }
-    std::int32_t TickCount() override { return 0; }
-    void GetError(VARIANT*, VARIANT*, VARIANT*, VARIANT*, VARIANT*, VARIANT*) override {}
-    std::u16string ErrorText(const Variant&, std::int32_t&) override { return {}; }
 };
 
 struct ConnectionDouble : Connection
@@ -116,8 +109,8 @@ struct ConnectionDouble : Connection
     }
 };
 
-// One row, in which each field holds its name.
-struct RecordsetDouble : Recordset, Field
+// No rows.
+struct RecordsetDouble : Recordset
 {
     void Open(std::u16string_view, const std::shared_ptr<Connection>&, std::int32_t, std::int32_t,
               std::int32_t) override
@@ -125,28 +118,15 @@ struct RecordsetDouble : Recordset, Field
         calls.note("Recordset.Open");
     }
     void Close() override {}
-    bool Eof() override { return calls.note("EOF", atEnd); }
-    void MoveNext() override { atEnd = calls.note("MoveNext", true); }
-    Field& Item(std::u16string_view column) override
-    {
-        name = calls.note("Item", column);
-        return *this;
-    }
-    Field& Item(std::int32_t) override { return *this; }
-    Variant Value() override { return name; }
-
-    bool atEnd = false;
-    std::u16string name;
+    bool Eof() override { return calls.note("EOF", true); }
+    void MoveNext() override {}
+    Field& Item(std::u16string_view) override { throw RuntimeError(Failure::InternalError); }
+    Field& Item(std::int32_t) override { throw RuntimeError(Failure::InternalError); }
 };
 
-struct DbToolsDouble : DbTools
+struct DbToolsDouble : standins::DbTools
 {
-    Variant FieldValue(Field& field, std::int32_t) override
-    {
-        return calls.note("FieldValue", field.Value());
-    }
     void CloseRecordset(std::unique_ptr<Recordset>&) override { calls.note("CloseRecordset"); }
-    void CloseConn(std::shared_ptr<Connection>&) override {}
 };
 
 SysToolsDouble theSysTools;
@@ -190,19 +170,10 @@ TEST(RecordError, GathersMergesAndStores)
     full.helpContext = 12;
     full.lastDllError = 13;
     const RuntimeError none(0, u"");
+    const Variant null = Variant::null();
     const SysTools::FailureDetails nothing, source{.Source = u"here"},
-        all{.Number = u"5",
-            .Source = u"here",
-            .Description = u"A",
-            .HelpFile = u"h",
-            .HelpContext = std::int32_t{1},
-            .LastDllError = u"2"},
-        unconvertible{.Number = u"x",
-                      .Source = u"here",
-                      .Description = Variant::null(),
-                      .HelpFile = Variant::null(),
-                      .HelpContext = Variant::null(),
-                      .LastDllError = u"x"};
+        all{u"5", u"here", u"A", u"h", std::int32_t{1}, u"2"},
+        unconvertible{u"x", u"here", null, null, null, u"x"};
     const std::tuple<const char*, RuntimeError, SysTools::FailureDetails, std::int32_t, std::string> cases[] =
         {
             {"nothing given", full, nothing, 0, "70, file, Permission denied, help, 12, 13, 0"},
@@ -221,13 +192,13 @@ TEST(RecordError, GathersMergesAndStores)
         };
     for (const auto& [what, failure, given, flags, stored] : cases)
         // Once as it is, then with each of the calls failing; a store that fails has been called.
-        for (const std::size_t failing : {never, std::size_t{0}, std::size_t{1}}) {
+        for (const std::size_t failing : {2, 0, 1}) {
             calls = {.failing = failing};
             pending::set(std::make_exception_ptr(failure));
             RecordError(given, flags, Variant(u"8th"), 9);
             std::string expected = "StoreError " + stored + ", 8th, 9";
             if (failing == 0 && flags == 2)
-                expected.replace(expected.find("\r\n"), std::string("\r\nmessage 13").size(), "");
+                expected.erase(expected.find("\r\n"), std::strlen("\r\nmessage 13"));
             EXPECT_EQ(calls.made.back(), expected) << what;
             EXPECT_EQ(pending::take().number, flags < 4 ? 0 : failure.number) << what;
         }
@@ -248,32 +219,28 @@ class Opening : public testing::Test
 protected:
     Opening() { ApplicationInfo::pretendFile(u"/srv/VQLoan.so"); }
 
-    const std::map<std::string, std::u16string> all = {
-        {"SERVER CONNECT", u"P;§A§B§§C§"}, {"SERVER TIMEOUT", u"30"},    {"SERVER COMMTIMEOUT", u"60"},
-        {"SERVER CURSOR", u"3"},           {"SERVER OPTIONS", u"16"},    {"SERVER USERNAME", u"§USER§"},
-        {"SERVER PASSWORD", u"§SECRET§"},  {"SERVER INVENTARIO", u"5,4"}};
+    const Values all{{"CONNECT", u"P;§A§B§§C§"}, {"TIMEOUT", u"30"},    {"COMMTIMEOUT", u"60"},
+                     {"CURSOR", u"3"},           {"OPTIONS", u"16"},    {"USERNAME", u"§USER§"},
+                     {"PASSWORD", u"§SECRET§"},  {"INVENTARIO", u"5,4"}};
 };
 
 TEST_F(Opening, AsksForTheConnectionAsConfigured)
 {
-    const std::tuple<const char*, std::map<std::string, std::u16string>, std::string> cases[] = {
+    const std::tuple<const char*, Values, std::string> cases[] = {
         {"all set; the value of A joins with what follows it", all,
          "Connection.ConnectionTimeout 30\nConnection.CommandTimeout 60\nConnection.CursorLocation 3\n"
          "Connection.Open P;D=c, desk, word, 16\n"},
         {"nothing set", {}, "Connection.Open , , , -1\n"},
         {"0 leaves the provider's default",
-         {{"SERVER TIMEOUT", u"0"},
-          {"SERVER COMMTIMEOUT", u"-1"},
-          {"SERVER CURSOR", u"0"},
-          {"SERVER OPTIONS", u"0"}},
+         {{"TIMEOUT", u"0"}, {"COMMTIMEOUT", u"-1"}, {"CURSOR", u"0"}, {"OPTIONS", u"0"}},
          "Connection.Open , , , 0\n"},
-        {"no password without a user", {{"SERVER PASSWORD", u"word"}}, "Connection.Open , , , -1\n"},
+        {"no password without a user", {{"PASSWORD", u"word"}}, "Connection.Open , , , -1\n"},
         {"literal signs",
-         {{"SERVER CONNECT", u"a§b"}, {"SERVER USERNAME", u"john§"}, {"SERVER PASSWORD", u"a§b"}},
+         {{"CONNECT", u"a§b"}, {"USERNAME", u"john§"}, {"PASSWORD", u"a§b"}},
          "Connection.Open a§b, john§, a§b, -1\n"},
-        {"CONNECT not resolved", {{"SERVER CONNECT", u"§A§NONE§"}}, ""},
-        {"USERNAME not resolved", {{"SERVER USERNAME", u"§NONE§"}}, ""},
-        {"PASSWORD not resolved", {{"SERVER PASSWORD", u"§NONE§"}}, ""},
+        {"CONNECT not resolved", {{"CONNECT", u"§A§NONE§"}}, ""},
+        {"USERNAME not resolved", {{"USERNAME", u"§NONE§"}}, ""},
+        {"PASSWORD not resolved", {{"PASSWORD", u"§NONE§"}}, ""},
     };
     for (const auto& [what, values, asked] : cases) {
         calls = {};
@@ -328,7 +295,6 @@ TEST_F(Opening, EndsAtTheStepThatFails)
             calls = {};
             EXPECT_FALSE(svr.OpenDatabase(kind)) << "the next one is good";
             EXPECT_EQ(svr.TabMessa, (CodeTable{u"", u"1\t"}));
-            EXPECT_EQ(svr.ClientTimeout, kind == u"SQL"s ? 5 : 0);
         }
     }
 }
