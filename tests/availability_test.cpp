@@ -6,8 +6,6 @@
 #include "Databases.h"
 #include "Queries.h"
 #include "Site.h"
-#include "component/DispSvr.h"
-#include "platform/runtime/Clock.h"
 
 namespace vqloan::test {
 namespace {
@@ -61,11 +59,19 @@ TEST_P(Availability, OutOfServiceWithoutATextOfItsOwn)
 
 TEST_P(Availability, ConfiguredPartsOfCodeAndNumber)
 {
-    site.settings("[SERVER]\nCONNECT=" + connect + "\nINVENTARIO=3,4\nBIBLIOTECA=2,2\n" + messages);
-    Client desk = opened();
-    EXPECT_EQ(desk.ask("X01Y||00FREE99\n"), "Inv. 00FREE99|Civica|Inv. 00FREE99|Disponibile|||\n");
-    EXPECT_EQ(desk.ask("X||00FREE\n"), "Inv. 00FREE||Inv. 00FREENon posseduto||||\n")
+    const auto ask = [&](const std::string& number, const std::string& code, const std::string& request) {
+        site.settings("[SERVER]\nCONNECT=" + connect + "\nINVENTARIO=" + number + "\nBIBLIOTECA=" + code +
+                      "\n" + messages);
+        return opened().ask(request);
+    };
+    EXPECT_EQ(ask("3,4", "2,2", "X01Y||00FREE99\n"), "Inv. 00FREE99|Civica|Inv. 00FREE99|Disponibile|||\n");
+    EXPECT_EQ(ask("3,4", "2,2", "X||00FREE\n"), "Inv. 00FREE||Inv. 00FREENon posseduto||||\n")
         << "a start beyond the end";
+    for (const char* impossible : {"-1,2", "1,-1"}) // the number comes first: the code is whole still
+        EXPECT_EQ(ask(impossible, "2,2", "X01Y||FREE\n"),
+                  "Codice Bibl. X01Y|Coll. , Inv. FREE|ERRORE: Invalid procedure call or argument\n");
+    run("ALTER TABLE MOVIMENTI RENAME TO X");
+    EXPECT_TRUE(ask("1", "2,2", "X01Y||FREE\n").starts_with("Codice Bibl. 01|")) << "it stays shortened";
 }
 
 // Each line that fails says so, with its cause recorded, and the next one is answered.
@@ -133,42 +139,6 @@ TEST_P(Availability, WithoutAConnectionTheRecordIsEmpty)
     desk.object->ShutDown();
     EXPECT_EQ(desk.ask("01||FREE\n"), "Inv. FREE|01|Inv. FREE||\n");
     EXPECT_EQ(opened().ask("01||\n"), "|01|||\n") << "nor without an inventory number";
-}
-
-// What a client cannot see: the library code stays shortened, and today's date decides.
-TEST_P(Availability, TheRecordItself)
-{
-    DispSvr svr;
-    svr.Conn = open(connect);
-    svr.TabMessa = {u"", u"3\tscaduto", u"4\tin prestito"};
-    svr.TabStati = {u""};
-    svr.InvStart = svr.BibStart = 1;
-    svr.BibLen = 2;
-    run("UPDATE MOVIMENTI SET DATA_SCAD='2024-03-01', DATA='2023-12-31' WHERE INVENTARIO='LENT'");
-    const double firstOfMarch = 45352;
-    for (const auto& [today, situation] : {std::pair(firstOfMarch - 1, u"in prestito\t31-12-2023\t"),
-                                           {firstOfMarch, u"in prestito\t31-12-2023\t"},
-                                           {firstOfMarch + 1, u"scaduto\t\t"}}) {
-        clock::setToday(today);
-        std::u16string library = u"01X";
-        EXPECT_EQ(svr.Make_LstDispo(u"LENT", library), std::u16string(u"Civica\t\t") + situation);
-        EXPECT_EQ(library, u"01");
-    }
-    clock::setToday({});
-
-    const std::u16string marker(1, site::failureMarker);
-    for (const auto& [start, length] : {std::pair<std::int16_t, std::int16_t>(0, 0), {-1, 2}, {1, -1}}) {
-        std::u16string library = u"01X";
-        svr.InvStart = start, svr.InvLen = length;
-        EXPECT_EQ(svr.Make_LstDispo(u"LENT", library), marker);
-        EXPECT_EQ(svr.ErrNumber(), 5);
-        EXPECT_EQ(library, u"01X") << "the number comes first";
-    }
-    svr.InvStart = 1, svr.InvLen = 0;
-    run("DROP TABLE POSSEDUTO");
-    std::u16string library = u"01X";
-    EXPECT_EQ(svr.Make_LstDispo(u"LENT", library), marker);
-    EXPECT_EQ(library, u"01") << "stays shortened";
 }
 
 } // namespace

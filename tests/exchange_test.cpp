@@ -242,7 +242,11 @@ TEST_F(Host, Failures)
     const Damaged cases[] = {
         {"no settings file", [&] { remove(file); }, 53, ""},
         {"thirteen lines", [&] { site.hostParameters(thirteen); }, 62, ""},
-        {"wait limit out of range", [&] { configure({{2, "=1E39"}, {3, "none/"}}); }, 6, ""},
+        {"wait limit out of range",
+         [&] {
+             configure({{2, "=1E39"}, {3, "none/"}});
+         },
+         6, ""},
         {"a blank in front of the directory", line(3, "= " + exchange.string() + "/"), 76, ""},
         {"line 4 out of range", line(4, "=40000"), 6, ""},
         {"line 5 out of range", line(5, "=40000"), 6, ""},
