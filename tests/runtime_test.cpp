@@ -135,17 +135,6 @@ TEST(TextFiles, ReadLinesUpToCr)
     }
 }
 
-TEST(TextFiles, WriteLinesAfresh)
-{
-    const ScratchDirectory scratch;
-    const std::u16string path = writtenTo(scratch, "f", "something longer that was there before");
-    files::openForWriting(1, path);
-    files::writeLine(1, u"\u20AC \u0416");
-    files::writeLine(1, u"");
-    files::close(1);
-    EXPECT_EQ(read(scratch / "f"), "\x80 ?\r\n\r\n");
-}
-
 TEST(TextFiles, NumbersBelongToTheThread)
 {
     const ScratchDirectory scratch;

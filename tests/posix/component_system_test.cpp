@@ -5,27 +5,10 @@
 #include <string>
 #include <vector>
 
-#include <malloc.h>
-
 #include "Component.h"
 
 namespace vqloan::test {
 namespace {
-
-TEST(Component, ManyObjectsLeaveNothing)
-{
-    const Component component;
-    const auto factory = component.factory();
-    constexpr std::size_t many = 100'000;
-    std::size_t before = 0;
-    for (std::size_t i = 0; i < many; ++i) {
-        if (i == 1000)
-            before = mallinfo2().uordblks;
-        ComPtr<_DispSvr> object;
-        ASSERT_EQ(factory->CreateInstance(nullptr, IID__DispSvr, object.addressVoid()), S_OK);
-    }
-    EXPECT_LT(mallinfo2().uordblks, before + many) << "less than a byte each";
-}
 
 TEST(Component, ExactlyTheFourEntryPointsAreExported)
 {
