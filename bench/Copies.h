@@ -18,6 +18,7 @@
 #include "RatioReporter.h"
 #include "component/DispSvr.h"
 #include "platform/runtime/Text.h"
+#include "site/Kind.h"
 
 namespace vqloan::bench {
 
@@ -48,6 +49,15 @@ inline std::vector<Copy> anyCopies(std::size_t count, int held)
     return chosen;
 }
 
+// As requests of so many lines.
+inline std::vector<std::u16string> requestsOf(const std::vector<Copy>& copies, std::size_t lines)
+{
+    std::vector<std::u16string> requests((copies.size() + lines - 1) / lines);
+    for (std::size_t i = 0; i < copies.size(); ++i)
+        requests[i / lines] += copies[i].wideLibrary + u"\tA 1\t" + copies[i].wideInventory + u"\t\r\n";
+    return requests;
+}
+
 const char* const messages[] = {"",         "special",          "available", "overdue",
                                 "on loan",  "no shelf mark",    "discarded", "reminded",
                                 "not kept", "back end failing", "unknown",   "out of service"};
@@ -62,11 +72,6 @@ struct StatementText
     std::string withParameters() const
     {
         return before + "?" + between + (between.empty() ? "" : "?") + after;
-    }
-    std::string with(const Copy& copy) const
-    {
-        const std::string inventory = between.empty() ? "" : "'" + copy.inventory + "'";
-        return before + "'" + copy.library + "'" + between + inventory + after;
     }
 };
 enum Which
@@ -179,6 +184,7 @@ public:
     {
         server_.Conn = createConnection();
         server_.Conn->Open(text::fromUtf8(connectionText), u"", u"", -1);
+        server_.DBType = static_cast<std::int16_t>(site::Kind::database);
         server_.InvStart = server_.BibStart = 1;
         for (const char* message : messages) {
             const auto number = static_cast<std::int64_t>(server_.TabMessa.size());
@@ -191,6 +197,12 @@ public:
     {
         std::u16string library = copy.wideLibrary;
         return server_.Make_LstDispo(copy.wideInventory, library);
+    }
+    // To a request of lines.
+    std::u16string answers(std::u16string_view request)
+    {
+        std::u16string handle, bid;
+        return server_.VisNre(handle, bid, request);
     }
 
 private:

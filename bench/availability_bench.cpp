@@ -1,9 +1,9 @@
-// What one copy costs through Make_LstDispo, beside loops that call SQLite directly and decide the same.
+// What one copy costs through Make_LstDispo, and one line of a request through VisNre, beside loops that call
+// SQLite directly and decide the same: in one read transaction, and in one for each statement.
 #include <sqlite3.h>
 
 #include <filesystem>
 #include <stdexcept>
-#include <utility>
 
 #include "Copies.h"
 
@@ -13,6 +13,7 @@ using namespace vqloan::bench;
 
 constexpr int held = 1'000'000;
 constexpr int onLoan = 200'000;
+constexpr int linesOfACall = 500;
 
 void check(int result, sqlite3* database)
 {
@@ -72,18 +73,17 @@ private:
     std::filesystem::path directory_;
 };
 
-// `Prepared` keeps the three statements; otherwise each is compiled from its text for every copy.
-template <bool Prepared> class BareLoop
+class BareLoop
 {
 public:
     explicit BareLoop(const std::filesystem::path& file)
     {
         check(sqlite3_open_v2(file.c_str(), &database_, SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX, nullptr),
               database_);
-        if (Prepared) {
-            for (const Which which : {library, loans, holdings})
-                prepare(which, statementTexts[which].withParameters());
-        }
+        for (const Which which : {library, loans, holdings})
+            check(sqlite3_prepare_v3(database_, statementTexts[which].withParameters().c_str(), -1,
+                                     SQLITE_PREPARE_PERSISTENT, &statements_[which], nullptr),
+                  database_);
     }
     ~BareLoop()
     {
@@ -92,16 +92,16 @@ public:
         sqlite3_close(database_);
     }
 
+    void execute(const char* statement)
+    {
+        check(sqlite3_exec(database_, statement, nullptr, nullptr, nullptr), database_);
+    }
+
     bool begin(Which which, const Copy& copy)
     {
-        const StatementText& statement = statementTexts[which];
-        if (Prepared) {
-            bind(which, 1, copy.library);
-            if (!statement.between.empty())
-                bind(which, 2, copy.inventory);
-        } else {
-            prepare(which, statement.with(copy));
-        }
+        bind(which, 1, copy.library);
+        if (!statementTexts[which].between.empty())
+            bind(which, 2, copy.inventory);
         const int result = sqlite3_step(statements_[which]);
         check(result, database_);
         return result == SQLITE_ROW;
@@ -112,21 +112,9 @@ public:
         return {value ? value : "",
                 static_cast<std::size_t>(sqlite3_column_bytes(statements_[which], column))};
     }
-    void end(Which which)
-    {
-        if (Prepared)
-            sqlite3_reset(statements_[which]);
-        else
-            sqlite3_finalize(std::exchange(statements_[which], nullptr));
-    }
+    void end(Which which) { sqlite3_reset(statements_[which]); }
 
 private:
-    void prepare(Which which, const std::string& statement)
-    {
-        check(sqlite3_prepare_v3(database_, statement.c_str(), -1, Prepared ? SQLITE_PREPARE_PERSISTENT : 0,
-                                 &statements_[which], nullptr),
-              database_);
-    }
     void bind(Which which, int parameter, const std::string& value)
     {
         sqlite3_bind_text(statements_[which], parameter, value.data(), static_cast<int>(value.size()),
@@ -142,15 +130,10 @@ struct Setting
 {
     LibraryFile file;
     Component component{"Provider=SQLite;Data Source=" + file.path().string()};
-    BareLoop<true> prepared{file.path()};
-    BareLoop<false> unprepared{file.path()};
+    BareLoop loop{file.path()};
     std::vector<Copy> copies = anyCopies(20'000, held);
 
-    Setting()
-    {
-        compare(component, prepared, copies);
-        compare(component, unprepared, copies);
-    }
+    Setting() { compare(component, loop, copies); }
 };
 
 } // namespace
@@ -159,16 +142,29 @@ int main(int argc, char** argv)
 {
     Setting setting;
     using benchmark::State;
+    const auto bare = [&](const Copy& copy) { return bareAnswer(setting.loop, copy); };
+    const auto inOneTransaction = [&](State& state) {
+        setting.loop.execute("BEGIN");
+        askInTurn(state, setting.copies, bare);
+        setting.loop.execute("COMMIT");
+    };
+    const auto inOneEach = [&](State& state) { askInTurn(state, setting.copies, bare); };
     benchmark::RegisterBenchmark("copy/real", [&](State& state) {
+        const vqloan::OneState forAll;
         askInTurn(state, setting.copies, [&](const Copy& copy) { return setting.component.answer(copy); });
     });
-    benchmark::RegisterBenchmark("copy/three prepared statements", [&](State& state) {
-        askInTurn(state, setting.copies,
-                  [&](const Copy& copy) { return bareAnswer(setting.prepared, copy); });
+    benchmark::RegisterBenchmark("copy/the bare loop in one transaction", inOneTransaction);
+    benchmark::RegisterBenchmark("copy/the bare loop in one for each statement", inOneEach);
+
+    const std::vector<std::u16string> requests = requestsOf(setting.copies, linesOfACall);
+    benchmark::RegisterBenchmark("line of a call of 500/real", [&](State& state) {
+        std::size_t next = 0;
+        for (auto _ : state) {
+            benchmark::DoNotOptimize(setting.component.answers(requests[next]));
+            next = (next + 1) % requests.size();
+        }
+        state.SetItemsProcessed(state.iterations() * linesOfACall);
     });
-    benchmark::RegisterBenchmark("copy/each statement prepared anew", [&](State& state) {
-        askInTurn(state, setting.copies,
-                  [&](const Copy& copy) { return bareAnswer(setting.unprepared, copy); });
-    });
+    benchmark::RegisterBenchmark("line of a call of 500/the bare loop in one transaction", inOneTransaction);
     return run(argc, argv);
 }

@@ -297,6 +297,76 @@ TEST(Connection, TimeoutsEndWaitsAndLongStatements)
     EXPECT_THROW(file.execute("INSERT INTO T VALUES (4)"), std::runtime_error);
 }
 
+// However a call ends: nothing of it keeps a writer out or shows the next call a former state.
+TEST(OneState, LastsAsLongAsTheCall)
+{
+    const std::string statement = "SELECT count(*) FROM T";
+    for (const char* mode : {"DELETE", "WAL"}) {
+        const std::pair<const char*, std::function<void(const std::shared_ptr<Connection>&)>> cases[] = {
+            {"read", [](const auto&) {}},
+            {"failed",
+             [](const auto& connection) { failureOf([&] { query(connection, "SELECT X FROM T"); }); }},
+            {"closed within", [](const auto& connection) { connection->Close(); }},
+            {"opened again within",
+             [&](const auto& connection) {
+                 const std::string text =
+                     "Provider=SQLite;Data Source=" +
+                     text::toUtf8(first(connection, "SELECT file FROM pragma_database_list").toText());
+                 connection->Close();
+                 connection->Open(text::fromUtf8(text), {}, {}, -1);
+                 query(connection, "SELECT 1 FROM T");
+             }},
+        };
+        for (const auto& [what, end] : cases) {
+            SCOPED_TRACE(std::string(mode) + ", " + what);
+            SqliteFile file("PRAGMA journal_mode=" + std::string(mode) + "; CREATE TABLE T (K);");
+            const std::string insert = "INSERT INTO T VALUES (1)";
+            const auto connection = open(file.connectionText()), other = open(file.connectionText());
+            const auto count = [&] { return first(connection, statement).toLong(); };
+            {
+                const OneState call;
+                EXPECT_EQ(count(), 0);
+                if (mode == "WAL"s) {
+                    file.execute(insert);
+                } else {
+                    EXPECT_THROW(file.execute(insert), std::runtime_error);
+                }
+                EXPECT_EQ(count(), 0) << "still the same state";
+                end(connection);
+            }
+            file.execute(insert);
+            const std::int32_t written = mode == "WAL"s ? 2 : 1;
+            EXPECT_EQ(first(other, statement).toLong(), written);
+            if (connection->State() == ado::stateOpen) {
+                EXPECT_EQ(count(), written);
+            }
+
+            const OneState outer;
+            {
+                const OneState entered;
+                EXPECT_EQ(first(other, statement).toLong(), written);
+            }
+            EXPECT_NO_THROW(file.execute(insert)) << "the call that entered is over";
+            EXPECT_EQ(first(other, statement).toLong(), written + 1);
+        }
+    }
+}
+
+TEST(OneState, IsRenewedForAWriterThatWaits)
+{
+    for (const char* mode : {"DELETE", "WAL"}) {
+        SqliteFile file("PRAGMA journal_mode=" + std::string(mode) +
+                        "; PRAGMA busy_timeout=5000; CREATE TABLE T (K);");
+        const auto connection = open(file.connectionText());
+        const OneState call;
+        const auto start = std::chrono::steady_clock::now();
+        std::thread writer([&] { file.execute("INSERT INTO T VALUES (1)"); });
+        while (first(connection, "SELECT count(*) FROM T").toLong() == 0)
+            ASSERT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5)) << mode;
+        writer.join();
+    }
+}
+
 // Whatever a library's file is replaced with, its former copies are not answered for.
 TEST(Connection, NoticesThatItsFileIsAnother)
 {

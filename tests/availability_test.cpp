@@ -1,6 +1,8 @@
 // The availability of copies on the library database, asked through the published interface.
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <thread>
 #include <tuple>
 
 #include "Databases.h"
@@ -131,6 +133,37 @@ TEST_P(Availability, DatesKeptAsText)
         "INSERT INTO MOVIMENTI VALUES ('01','LENT',NULL,0,'" +
         dayFromToday(0) + " 10:30','2024-02-29T08:00:00')");
     EXPECT_EQ(opened().ask("01||LENT\n"), "Inv. LENT|Civica|Inv. LENT|In prestito|29-02-2024|||\n");
+}
+
+TEST(EmbeddedDatabase, IsReplacedWhileAClientAsks)
+{
+    using std::chrono::steady_clock;
+    const SqliteFile former(schemaAndRows()),
+        next(schemaAndRows() + "UPDATE TABBIBLIOTECHE SET DESCR='Nuova' WHERE CODBIB='01'");
+    Site site;
+    site.settings(databaseSettings(former.connectionText()));
+    Client desk = site.client();
+    ASSERT_FALSE(desk.open("SQL2"));
+    std::string request;
+    for (int line = 0; line < 20'000; ++line)
+        request += "01||FREE\n";
+    steady_clock::time_point replaced;
+    std::thread clerk([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        rename(next.path(), former.path());
+        replaced = steady_clock::now();
+    });
+    std::string answer;
+    do
+        answer = desk.ask(request);
+    while (answer.ends_with("Inv. FREE|Civica|Inv. FREE|Disponibile|||\n"));
+    const auto noticed = steady_clock::now();
+    clerk.join();
+    EXPECT_LT(noticed - replaced, std::chrono::seconds(1));
+    EXPECT_TRUE(answer.find("deleted since it was opened") != answer.npos) << answer.substr(0, 200);
+    EXPECT_EQ(desk.ask("01||FREE\n").find("Civica"), std::string::npos);
+    EXPECT_FALSE(desk.open("SQL2"));
+    EXPECT_EQ(desk.ask("01||FREE\n"), "Inv. FREE|Nuova|Inv. FREE|Disponibile|||\n");
 }
 
 TEST_P(Availability, WithoutAConnectionTheRecordIsEmpty)

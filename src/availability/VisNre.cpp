@@ -184,6 +184,7 @@ private:
 std::u16string DispSvr::VisNre(std::u16string& /*Handle*/, std::u16string& /*Bid*/, std::u16string_view Buf)
 {
     try {
+        const OneState forAllLines;
         Answer answer(*this);
         while (!Buf.empty()) {
             Int16 firstLine = 0; // taken off the request

@@ -65,6 +65,31 @@ public:
     virtual Field& Item(std::int32_t position) = 0;
 };
 
+class Session; // an open database, as its provider has it
+
+// What a client's call reads while one lives shows one state of the database, where the provider can give
+// that: the embedded one does, in a read transaction for the first connection that the call reads. No lock
+// outlives it. It is given up and begun anew after 50 ms, so that a writer does not wait longer for it, which
+// is long enough for thousands of copies. Calls that enter meanwhile have one of their own.
+class OneState
+{
+public:
+    OneState() noexcept;
+    ~OneState();
+    OneState(const OneState&) = delete;
+    OneState& operator=(const OneState&) = delete;
+
+    // For providers. True when the session may keep what it has begun until the thread's innermost call ends,
+    // when it is told.
+    static bool keeps(Session& session) noexcept;
+    // The session ends first.
+    static void forget(const Session& session) noexcept;
+
+private:
+    OneState* const outer_;
+    Session* session_ = nullptr;
+};
+
 // New objects: closed, on no connection.
 std::shared_ptr<Connection> createConnection();
 std::unique_ptr<Recordset> createRecordset();

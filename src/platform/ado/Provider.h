@@ -40,6 +40,9 @@ class Session
 public:
     virtual ~Session() = default; // closes
 
+    // The client's call is over in which OneState has let it keep what it had begun.
+    virtual void callEnded() noexcept {}
+
     // Begins the statement, which then stands before its first row. Each of its steps may take that many
     // seconds; 0 for no limit.
     virtual CursorOwner run(std::u16string_view statement, std::int32_t timeLimit) = 0;

@@ -110,6 +110,10 @@ Field& SystemRecordset::item(const Variant& index)
     return fields_.emplace_back(Known{std::move(text), SystemField(std::move(found))}).field;
 }
 
+// What a database shows of its changes is its own provider's matter here.
+OneState::OneState() noexcept : outer_(nullptr) {}
+OneState::~OneState() = default;
+
 std::shared_ptr<Connection> createConnection()
 {
     return std::make_shared<SystemConnection>(LateBound::create(L"ADODB.Connection"));

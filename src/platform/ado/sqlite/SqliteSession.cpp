@@ -8,6 +8,7 @@
 #include <limits>
 #include <thread>
 
+#include "external/Ado.h"
 #include "platform/ado/AdoFailure.h"
 #include "platform/ado/sqlite/SqliteFailure.h"
 #include "platform/ado/sqlite/SqliteStatement.h"
@@ -22,6 +23,8 @@ namespace {
 constexpr std::size_t statementsKept = 16;
 // Virtual-machine steps between two looks at the clock; well under a millisecond of work.
 constexpr int stepsBetweenLooks = 10000;
+// For so many milliseconds a transaction is kept while statements follow each other.
+constexpr std::int64_t longestKept = 50;
 
 // None also where the file cannot be asked about: such a one is not known to be the same.
 std::optional<os::FileState> stateOf(const std::u16string& path)
@@ -96,13 +99,12 @@ void SqliteSession::close() noexcept
     commit_.reset();
     sqlite3_close(database_);
     database_ = nullptr;
+    OneState::forget(*this);
 }
 
 CursorOwner SqliteSession::run(std::u16string_view text, std::int32_t timeLimit)
 {
     limit_.set(timeLimit); // compiling reads the schema and may meet a lock
-    if (running_ == 0)
-        requireSameFile();
     SqliteStatement& statement = idleStatement(text);
     beginReading();
     CursorOwner cursor = statement.begin(timeLimit);
@@ -122,21 +124,52 @@ void SqliteSession::requireSameFile() const
                            std::u16string(sqlite::source));
 }
 
-// A transaction that has read nothing yet holds no lock, and one that only reads has nothing to lose.
-void SqliteSession::beginReading() noexcept
+void SqliteSession::beginReading()
 {
-    if (running_++ == 0) {
-        sqlite3_step(begin_.get());
-        sqlite3_reset(begin_.get());
+    if (running_ == 0) {
+        if (isInTransaction() && clock::milliseconds() - begun_ >= longestKept)
+            endTransaction();
+        if (!isInTransaction())
+            beginTransaction();
     }
+    ++running_;
 }
 
 void SqliteSession::endReading() noexcept
 {
-    if (--running_ == 0 && isOpen()) {
-        sqlite3_step(commit_.get());
-        sqlite3_reset(commit_.get());
-    }
+    if (--running_ == 0 && !kept_)
+        endTransaction();
+}
+
+void SqliteSession::callEnded() noexcept
+{
+    kept_ = false;
+    if (running_ == 0)
+        endTransaction();
+}
+
+// Asked of SQLite, which ends one by itself after some failures.
+bool SqliteSession::isInTransaction() const noexcept
+{
+    return isOpen() && !sqlite3_get_autocommit(database_);
+}
+
+// A transaction that has read nothing yet holds no lock, and one that only reads has nothing to lose.
+void SqliteSession::beginTransaction()
+{
+    requireSameFile();
+    kept_ = OneState::keeps(*this);
+    begun_ = clock::milliseconds();
+    sqlite3_step(begin_.get());
+    sqlite3_reset(begin_.get());
+}
+
+void SqliteSession::endTransaction() noexcept
+{
+    if (!isInTransaction())
+        return;
+    sqlite3_step(commit_.get());
+    sqlite3_reset(commit_.get());
 }
 
 SqliteStatement& SqliteSession::idleStatement(std::u16string_view text)

@@ -19,7 +19,8 @@ class SqliteStatement;
 
 // Reads one database file, which other processes may write meanwhile. Compiled statements are kept by shape;
 // the same shape can run several times at once. From the start of the first running statement to the end of
-// the last they all see the file in one state, and the file is locked once and not for each.
+// the last, or of the client's call (see OneState), they all see the file in one state, and the file is
+// locked once and not for each.
 //
 // SQLite would go on reading a file that has been replaced or deleted, whose copies are no longer the
 // library's. Every statement fails then (connectionFailed), and the connection stays open: a client that is
@@ -32,6 +33,7 @@ public:
     ~SqliteSession() override;
 
     CursorOwner run(std::u16string_view statement, std::int32_t timeLimit) override;
+    void callEnded() noexcept override;
     bool isOpen() const noexcept override { return database_ != nullptr; }
     void close() noexcept override;
 
@@ -57,8 +59,11 @@ private:
     static int whileRunning(void* session);
 
     sqlite::Handle compile(const char* statement);
-    void beginReading() noexcept;
+    void beginReading();
     void endReading() noexcept;
+    bool isInTransaction() const noexcept;
+    void beginTransaction();
+    void endTransaction() noexcept;
     SqliteStatement& idleStatement(std::u16string_view text);
     void returned(SqliteStatement& statement) noexcept;
 
@@ -67,6 +72,8 @@ private:
     sqlite3* database_ = nullptr;
     sqlite::Handle begin_, commit_;
     std::size_t running_ = 0; // statements
+    bool kept_ = false;       // the transaction, until the client's call is over
+    std::int64_t begun_ = 0;  // the transaction, in milliseconds
     TimeLimit limit_;
     std::vector<std::unique_ptr<SqliteStatement>> statements_; // the oldest in front
     std::vector<std::u16string_view> literals_;                // of the statement that is about to run
