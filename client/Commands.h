@@ -33,7 +33,9 @@ struct ServeOptions
     std::string site;
     std::string exchange; // empty: the site's own exchange directory
     std::string table;    // the host's
-    int delay = 0;        // milliseconds
+    int delay = 0;        // milliseconds before an answer, as a slow back end has
+    int wait = 0;         // seconds that clients wait; 0: as the site's settings say
+    int workers = 2;
     bool verbose = false;
 };
 int gateway(const ServeOptions& options);

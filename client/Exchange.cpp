@@ -1,13 +1,13 @@
 #include "Exchange.h"
 
-#include <csignal>
-#include <fstream>
-#include <iostream>
-#include <iterator>
+#include <algorithm>
 #include <stdexcept>
 #include <system_error>
-#include <thread>
+#include <utility>
 
+#include "Log.h"
+#include "platform/program/Program.h"
+#include "platform/runtime/OsFile.h"
 #include "platform/runtime/Text.h"
 #include "site/Exchange.h"
 
@@ -17,141 +17,250 @@ namespace vqloan::client {
 
 namespace {
 
+using namespace std::chrono_literals;
+
 const std::string requestExtension = text::toUtf8(site::requestExtension);
 const std::string answerExtension = text::toUtf8(site::answerExtension);
-const std::string takenExtension = ".taken";
-const std::string asideExtension = ".aside";
 
-// Between two looks at the directory. Clients wait without a pause, so this is most of what an answer takes.
-constexpr std::chrono::milliseconds pause{1};
-// How long a request may stay without its line end, or an answer may be kept from its place.
-constexpr std::chrono::seconds patience{1};
+// No request line is longer.
+constexpr std::size_t longestLine = 1024 * 1024;
 
-volatile std::sig_atomic_t toldToEnd = 0;
-
-void endOnSignals()
+// What is taken off a client's wait: the time that it takes to look, and a system may stop a program between
+// two of its steps.
+std::chrono::milliseconds marginOf(std::chrono::milliseconds wait)
 {
-    const auto tell = [](int) { toldToEnd = 1; };
-    std::signal(SIGTERM, tell);
-    std::signal(SIGINT, tell);
+    return std::min(100ms, wait / 10);
 }
 
-std::string firstLine(const std::string& bytes)
+// Not that of what a link leads to.
+fs::file_type typeOf(const fs::path& file)
 {
-    return bytes.substr(0, bytes.find_first_of("\r\n"));
+    std::error_code failed;
+    return fs::symlink_status(file, failed).type();
+}
+
+// Writes a whole file, and gives the time of it by the directory's own clock.
+std::int64_t writeFile(const fs::path& path, const std::string& bytes)
+{
+    try {
+        os::File file(path.u16string(), os::File::Mode::Write, os::Place::own);
+        file.write(bytes);
+        const std::int64_t written = file.state().modified;
+        file.close(); // a full disk may be told here only
+        return written;
+    } catch (...) {
+        std::error_code ignored;
+        fs::remove(path, ignored);
+        throw;
+    }
+}
+
+bool isThere(const fs::path& file)
+{
+    const auto type = typeOf(file);
+    return type != fs::file_type::not_found && type != fs::file_type::none;
 }
 
 } // namespace
 
-Exchange::Exchange(fs::path directory, std::u16string_view prefix, std::chrono::milliseconds delay)
-    : directory_(std::move(directory)), prefix_(text::toUtf8(prefix)), delay_(delay)
+Exchange::Exchange(fs::path directory, std::u16string_view prefix)
+    : directory_(std::move(directory)), prefix_(text::toUtf8(prefix))
 {
     if (!fs::is_directory(directory_))
         throw std::runtime_error("there is no exchange directory " + directory_.string());
+    begin();
+    clear();
 }
 
-void Exchange::serve(const Answerer& answerer, bool verbose)
+Exchange::~Exchange()
 {
-    endOnSignals();
-    takeRequests();
-    for (const auto& [client, since] : taken_)
-        fs::remove(fileOf(client, takenExtension));
-    taken_.clear();
-    std::cout << "Serving " << (directory_ / (prefix_ + "*" + requestExtension)).string() << std::endl;
-    while (!toldToEnd) {
-        takeRequests();
-        answerTaken(answerer, verbose);
-        std::this_thread::sleep_for(pause);
-    }
-    std::cout << "Answered " << answered_ << " requests" << std::endl;
+    abandon();
 }
 
-// Renaming a request is what takes it: the client's next one is a new file then, even while this one is being
-// answered, and a client that still writes goes on writing into the renamed file.
-void Exchange::takeRequests()
+void Exchange::begin()
 {
-    std::error_code failed;
-    for (const auto& entry : fs::directory_iterator(directory_, failed)) {
+    const fs::path file = directory_ / (prefix_ + ".lock");
+    lock_ = program::FileLock::tryTake(file);
+    if (!lock_)
+        throw std::runtime_error(name() + " is served already (" +
+                                 printable(program::FileLock::holder(file)) + ")");
+    own_ = program::makePrivateDirectory(directory_, "." + prefix_);
+}
+
+void Exchange::abandon() noexcept
+{
+    std::error_code ignored;
+    if (!own_.empty())
+        fs::remove_all(own_, ignored);
+    own_.clear();
+    lock_.reset();
+}
+
+// The directory may have been replaced by another of its name.
+bool Exchange::isBegun() const
+{
+    return typeOf(own_) == fs::file_type::directory;
+}
+
+// What an earlier server left there, and what was meant for it.
+void Exchange::clear() const
+{
+    std::error_code ignored;
+    for (const auto& entry : fs::directory_iterator(directory_)) {
         const std::string name = entry.path().filename().string();
-        if (!name.starts_with(prefix_) || !name.ends_with(requestExtension))
-            continue;
-        const std::string client =
-            name.substr(prefix_.size(), name.size() - prefix_.size() - requestExtension.size());
-        fs::rename(entry.path(), fileOf(client, takenExtension), failed);
-        if (!failed)
-            taken_[client] = Clock::now();
-        else
-            complain(entry.path(), failed);
-    }
-    if (failed)
-        complain(directory_, failed);
-}
-
-void Exchange::answerTaken(const Answerer& answerer, bool verbose)
-{
-    for (auto it = taken_.begin(); it != taken_.end();) {
-        const auto& [client, since] = *it;
-        bool done = false;
-        try {
-            done = answerOne(client, since, answerer, verbose);
-        } catch (const std::exception& error) {
-            complain(error.what());
-            done = Clock::now() - since > patience + delay_;
-        }
-        it = done ? taken_.erase(it) : std::next(it);
+        const bool left = name.starts_with("." + prefix_) && entry.path() != own_;
+        const bool exchanged = name.starts_with(prefix_) &&
+                               (name.ends_with(requestExtension) || name.ends_with(answerExtension));
+        if (left)
+            fs::remove_all(entry.path(), ignored);
+        else if (exchanged && typeOf(entry.path()) != fs::file_type::directory)
+            fs::remove(entry.path(), ignored);
     }
 }
 
-// False when it is to be tried again: the line is not whole yet, or it is too early.
-bool Exchange::answerOne(const std::string& client, Clock::time_point taken, const Answerer& answerer,
-                         bool verbose)
+std::optional<std::string> Exchange::clientOf(std::string_view fileName) const
 {
-    const auto age = Clock::now() - taken;
-    if (age < delay_)
-        return false;
-    std::ifstream in(fileOf(client, takenExtension), std::ios::binary);
-    const std::string bytes{std::istreambuf_iterator<char>(in), {}};
-    in.close();
-    const bool whole = bytes.find('\n') != bytes.npos;
-    if (!whole && age < delay_ + patience)
-        return false;
+    if (!fileName.starts_with(prefix_) || !fileName.ends_with(requestExtension))
+        return std::nullopt;
+    fileName.remove_prefix(prefix_.size());
+    if (fileName.size() < requestExtension.size())
+        return std::nullopt;
+    fileName.remove_suffix(requestExtension.size());
+    return std::string(fileName);
+}
 
-    const std::string request = firstLine(bytes);
-    const std::string answer = text::toCodePage(answerer(text::fromCodePage(request), whole));
-    const fs::path aside = fileOf(client, asideExtension);
-    std::ofstream out(aside, std::ios::binary | std::ios::trunc);
-    out << answer << "\r\n";
-    out.close();
-    if (!out) {
+std::vector<std::string> Exchange::waiting() const
+{
+    std::vector<std::pair<fs::file_time_type, std::string>> found;
+    std::error_code ignored;
+    for (const auto& entry : fs::directory_iterator(directory_))
+        if (auto client = clientOf(entry.path().filename().string()))
+            found.emplace_back(entry.last_write_time(ignored), *std::move(client));
+    std::ranges::sort(found);
+    std::vector<std::string> clients;
+    for (auto& [written, client] : found)
+        clients.push_back(std::move(client));
+    return clients;
+}
+
+std::optional<Exchange::Request> Exchange::take(const std::string& client)
+{
+    const fs::path there = fileOf(client, requestExtension);
+    switch (typeOf(there)) {
+    case fs::file_type::regular:
+        break;
+    case fs::file_type::not_found:
+    case fs::file_type::none:
+        return std::nullopt;
+    case fs::file_type::directory:
+        throw std::runtime_error(there.string() + " is a directory: its client cannot ask");
+    default:
+        fs::remove(there);
+        throw std::runtime_error(there.string() + " was no regular file, and is removed");
+    }
+
+    const std::lock_guard lock(mutex_);
+    if (!isBegun()) {
+        abandon();
+        begin();
+    }
+    const std::uint64_t number = ++lastNumber_;
+    Request request{client, number, own_ / (client + '-' + std::to_string(number)), Clock::now()};
+    std::error_code failed;
+    // The client's next request is a new file then, even while this one is being answered; and a client that
+    // still writes goes on writing into the file that was moved.
+    fs::rename(there, request.file, failed);
+    if (failed) {
+        if (!isThere(there) || program::isInUse(failed))
+            return std::nullopt;
+        throw std::system_error(failed, there.string());
+    }
+    latest_[client] = number;
+    removeAnswer(client);
+    return request;
+}
+
+Exchange::Line Exchange::read(Request& request) const
+{
+    os::File file(request.file.u16string(), os::File::Mode::Read, os::Place::shared);
+    std::string bytes;
+    for (std::size_t size = 4096; bytes.size() < longestLine; size = 64 * 1024) {
+        const std::size_t before = bytes.size();
+        bytes.resize(before + size);
+        bytes.resize(before + file.read(bytes.data() + before, size));
+        if (bytes.size() == before || bytes.find('\n', before) != bytes.npos)
+            break;
+    }
+    request.written = file.state().modified;
+    return {bytes.substr(0, bytes.find_first_of("\r\n")), bytes.find('\n') != bytes.npos};
+}
+
+Exchange::Placed Exchange::place(const Request& request, std::string_view line,
+                                 std::chrono::milliseconds wait)
+{
+    struct Done
+    {
+        ~Done() { exchange.drop(request); }
+        Exchange& exchange;
+        const Request& request;
+    } const done{*this, request};
+
+    const fs::path aside = request.file.string() + ".answer";
+    // Both times are those of the directory's own machine, which counts from when the client wrote.
+    const std::chrono::nanoseconds byFiles(writeFile(aside, std::string(line) + "\r\n") - request.written);
+
+    const std::lock_guard lock(mutex_);
+    const auto before = Clock::now();
+    const auto margin = marginOf(wait);
+    Placed placed = Placed::answered;
+    if (!isLatest(request) || isThere(fileOf(request.client, requestExtension)))
+        placed = Placed::askedAgain;
+    else if (std::max<Clock::duration>(byFiles, before - request.taken) > wait - margin)
+        placed = Placed::tooLate;
+    if (placed != Placed::answered) {
         std::error_code ignored;
         fs::remove(aside, ignored);
-        throw std::runtime_error("cannot write " + aside.string());
+        return placed;
     }
-    fs::rename(aside, fileOf(client, answerExtension));
-    fs::remove(fileOf(client, takenExtension));
-    ++answered_;
-    if (verbose)
-        std::cout << client << ": " << text::toUtf8(text::fromCodePage(request)) << " -> "
-                  << text::toUtf8(text::fromCodePage(answer)) << std::endl;
-    return true;
+    fs::rename(aside, fileOf(request.client, answerExtension));
+    if (Clock::now() - before <= margin)
+        return Placed::answered;
+    removeAnswer(request.client); // it took too long to put it there
+    return Placed::tooLate;
 }
 
-void Exchange::complain(const fs::path& file, std::error_code reason)
+void Exchange::drop(const Request& request) noexcept
 {
-    complain(file.string() + ": " + reason.message());
+    std::error_code ignored;
+    fs::remove(request.file, ignored);
+    const std::lock_guard lock(mutex_);
+    if (isLatest(request))
+        latest_.erase(request.client);
 }
 
-// The same trouble comes back at every look; once is enough.
-void Exchange::complain(const std::string& trouble)
+bool Exchange::isLatest(const Request& request) const
 {
-    if (trouble != lastTrouble_)
-        std::cerr << "vqloan: " << trouble << std::endl;
-    lastTrouble_ = trouble;
+    const auto found = latest_.find(request.client);
+    return found != latest_.end() && found->second == request.number;
 }
 
-fs::path Exchange::fileOf(const std::string& client, const std::string& extension) const
+// An answer to an earlier request: the client would take it for that of its next one.
+void Exchange::removeAnswer(const std::string& client) const
 {
-    return directory_ / (prefix_ + client + extension);
+    const fs::path file = fileOf(client, answerExtension);
+    std::error_code failed;
+    if (isThere(file) && typeOf(file) != fs::file_type::directory)
+        fs::remove(file, failed);
+}
+
+std::string Exchange::name() const
+{
+    return (directory_ / (prefix_ + "*")).string().append(requestExtension);
+}
+
+fs::path Exchange::fileOf(const std::string& client, std::string_view extension) const
+{
+    return directory_ / (prefix_ + client).append(extension);
 }
 
 } // namespace vqloan::client

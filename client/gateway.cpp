@@ -1,20 +1,23 @@
-// vqloan gateway: answers an exchange directory for the "SQL" back end from a database. Its answers are the
-// records of the "SQL2" back end, which clients of the component never see, so it holds the component's
-// object itself.
+// vqloan gateway: answers an exchange directory for the "SQL" back end from a database, by the computation of
+// the "SQL2" back end.
+#include <algorithm>
 #include <stdexcept>
 
 #include "Commands.h"
-#include "Exchange.h"
-#include "Settings.h"
+#include "Server.h"
+#include "Site.h"
 #include "component/DispSvr.h"
 #include "external/SysTools.h"
 #include "platform/runtime/ApplicationInfo.h"
 #include "platform/runtime/Text.h"
 #include "site/Exchange.h"
+#include "site/Texts.h"
 
 namespace vqloan::client {
 
 namespace {
+
+using std::chrono::milliseconds;
 
 std::u16string failure(std::u16string_view message)
 {
@@ -34,45 +37,75 @@ bool takeApart(std::u16string_view request, std::u16string& inventory, std::u16s
     return true;
 }
 
-class Gateway
+std::string lastFailure()
+{
+    std::int32_t zero = 0;
+    return text::toUtf8(sysTools().ErrorText(Variant::missing(), zero));
+}
+
+void open(DispSvr& svr, site::Kind kind)
+{
+    if (svr.OpenDatabase(site::kindNames[static_cast<int>(kind)]))
+        throw std::runtime_error("the back end cannot be opened: " + std::to_string(svr.ErrNumber()) + ' ' +
+                                 lastFailure());
+}
+
+class Gateway : public Answerer
 {
 public:
-    explicit Gateway(const Site& site)
-    {
-        ApplicationInfo::pretendFile(site.component().u16string());
-        open();
-    }
+    explicit Gateway(Log& log) : log_(log) { open(); }
 
-    std::u16string answer(std::u16string_view request, bool whole)
+    std::u16string answer(std::u16string_view request, bool whole, milliseconds wait) override
     {
         std::u16string inventory, library;
         if (!whole || !takeApart(request, inventory, library))
-            return failure(u"Richiesta non valida");
-        if (!opened_)
-            open();
-        std::u16string name = library;
-        const std::u16string rest = server_.CallDB(inventory, name, {});
-        if (site::isFailure(rest)) {
-            opened_ = false; // a database that went away may be back for the next question
-            return failure(rest.substr(1));
-        }
-        // The record of a copy that is not held has an empty first field, which would make it a failure here.
-        return (name.empty() ? library : name).append(site::tab).append(rest);
+            return failure(site::invalidRequest);
+        if (inventory.empty())
+            return failure(site::noAnswer); // as a database gives none
+        const auto begun = Clock::now();
+        std::u16string record = ask(inventory, library);
+        // A database that was replaced, or went away, may be there again.
+        if ((site::isFailure(record) || record.empty()) && Clock::now() - begun < wait / 4 && reopen())
+            record = ask(inventory, library);
+        if (site::isFailure(record))
+            return failure(record.substr(1));
+        return record.empty() ? failure(site::noAnswer) : library.append(site::tab).append(record);
     }
 
 private:
+    using Clock = std::chrono::steady_clock;
+
     void open()
     {
-        opened_ = !server_.OpenDatabase(site::kindNames[static_cast<int>(site::Kind::database)]);
-        if (opened_)
-            return;
-        std::int32_t zero = 0;
-        throw std::runtime_error("the database cannot be opened: " +
-                                 text::toUtf8(sysTools().ErrorText(Variant::missing(), zero)));
+        svr_ = std::make_unique<DispSvr>();
+        client::open(*svr_, site::Kind::database);
+    }
+    bool reopen()
+    {
+        try {
+            open();
+            return true;
+        } catch (const std::exception& error) {
+            log_.trouble("a database that cannot be opened", error.what());
+            return false;
+        }
     }
 
-    DispSvr server_;
-    bool opened_ = false;
+    // The record without its first field, which replaces the library code unless it is empty: so it is for a
+    // copy that is not held, and would make a failure of the answer.
+    std::u16string ask(std::u16string_view inventory, std::u16string& library)
+    {
+        std::u16string first = library;
+        std::u16string record = svr_->CallDB(inventory, first, {});
+        if (site::isFailure(record))
+            log_.trouble("failure " + std::to_string(svr_->ErrNumber()) + " of the database", lastFailure());
+        else if (!first.empty())
+            library = first;
+        return record;
+    }
+
+    Log& log_;
+    std::unique_ptr<DispSvr> svr_;
 };
 
 } // namespace
@@ -80,22 +113,25 @@ private:
 int gateway(const ServeOptions& options)
 {
     const Site site(options.site);
-    const std::string path =
-        options.exchange.empty() ? Settings(site).text(site::setting(u"CONFIG", u"PATH")) : options.exchange;
+    // The computation is this program's own; it looks for the settings where a component of that directory
+    // would.
+    ApplicationInfo::pretendFile((site.directory() / componentName).u16string());
+    DispSvr settings;
+    open(settings, site::Kind::gateway);
+    const std::filesystem::path path = options.exchange.empty() ? std::filesystem::path(settings.ExchPath)
+                                                                : std::filesystem::path(options.exchange);
     if (path.empty())
         throw std::runtime_error("[CONFIG] PATH is not set in " + site.settings().string() +
                                  ", and no --exchange is given");
-    Exchange exchange(path, site::gatewayPrefix, std::chrono::milliseconds(options.delay));
-    Gateway gateway(site);
-    exchange.serve(
-        [&gateway](std::u16string_view request, bool whole) {
-            try {
-                return gateway.answer(request, whole);
-            } catch (const std::exception& error) {
-                return failure(text::fromUtf8(error.what()));
-            }
-        },
-        options.verbose);
+
+    Service service;
+    service.readSettings = [&] {
+        open(settings, site::Kind::gateway);
+        return milliseconds(1000) * std::max(options.wait > 0 ? options.wait : settings.ClientTimeout, 0);
+    };
+    service.makeAnswerer = [](Log& log) { return std::make_unique<Gateway>(log); };
+    Exchange exchange(path, site::gatewayPrefix);
+    serve(exchange, service, options);
     return allWell;
 }
 

@@ -4,15 +4,18 @@
 // an inventory number answers for every copy of that library that has no line of its own, and "*" as library
 // as well for every other copy. Only the last six characters of an inventory number count, since a request
 // carries no more. Empty lines and lines that begin with # are passed over.
+#include <algorithm>
+#include <atomic>
 #include <map>
 #include <memory>
 #include <stdexcept>
 
 #include "Answer.h"
 #include "Commands.h"
-#include "Exchange.h"
 #include "Input.h"
 #include "Parameters.h"
+#include "Server.h"
+#include "platform/runtime/Numbers.h"
 #include "platform/runtime/Text.h"
 #include "site/Exchange.h"
 #include "site/Texts.h"
@@ -46,7 +49,7 @@ public:
     std::u16string answer(std::u16string_view request) const
     {
         if (!request.starts_with(site::commandStart) || request.size() < site::commandStart.size() + 2)
-            return u"Richiesta non valida";
+            return std::u16string(site::invalidRequest);
         const std::u16string copy(request.substr(site::commandStart.size()));
         for (const auto& key : {copy, copy.substr(0, 2) + u"*", std::u16string(u"**")})
             if (const auto found = answers_.find(key); found != answers_.end())
@@ -58,17 +61,44 @@ private:
     std::map<std::u16string, std::u16string> answers_; // by library code and inventory number
 };
 
+class Host : public Answerer
+{
+public:
+    explicit Host(std::shared_ptr<const HostTable> table) : table_(std::move(table)) {}
+    std::u16string answer(std::u16string_view request, bool whole, std::chrono::milliseconds) override
+    {
+        return whole ? table_->answer(request) : std::u16string(site::invalidRequest);
+    }
+
+private:
+    std::shared_ptr<const HostTable> table_;
+};
+
+// Line 2 of CLIENT.PAR, where the site has one.
+std::chrono::milliseconds waitOf(const Site& site)
+{
+    constexpr double otherwise = 5, longest = 24 * 60 * 60;
+    const bool isKnown = std::filesystem::exists(site.parameters());
+    const double seconds = isKnown ? numbers::leadingNumber(Parameters(site).value(2)) : otherwise;
+    return std::chrono::milliseconds(static_cast<int>(1000 * std::clamp(seconds, 0.0, longest)));
+}
+
 } // namespace
 
 int host(const ServeOptions& options)
 {
-    const HostTable table(options.table);
-    Exchange exchange(options.exchange.empty() ? Parameters(Site(options.site)).exchangeDirectory()
+    const Site site(options.site);
+    std::atomic<std::shared_ptr<const HostTable>> table;
+    Service service;
+    service.readSettings = [&] {
+        table = std::make_shared<const HostTable>(options.table);
+        return options.wait > 0 ? std::chrono::seconds(options.wait) : waitOf(site);
+    };
+    service.makeAnswerer = [&](Log&) { return std::make_unique<Host>(table.load()); };
+    Exchange exchange(options.exchange.empty() ? Parameters(site).exchangeDirectory()
                                                : std::filesystem::path(options.exchange),
-                      site::hostPrefix, std::chrono::milliseconds(options.delay));
-    exchange.serve([&table](std::u16string_view request,
-                            bool whole) { return whole ? table.answer(request) : u"Richiesta non valida"; },
-                   options.verbose);
+                      site::hostPrefix);
+    serve(exchange, service, options);
     return allWell;
 }
 

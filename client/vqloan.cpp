@@ -65,7 +65,7 @@ CLI::App* addCheck(CLI::App& program, CheckOptions& options)
     return command;
 }
 
-void addServing(CLI::App* command, ServeOptions& options, const char* byDefault)
+void addServing(CLI::App* command, ServeOptions& options, const char* byDefault, const char* wait)
 {
     addSite(command, options.site);
     command
@@ -75,6 +75,12 @@ void addServing(CLI::App* command, ServeOptions& options, const char* byDefault)
     command->add_option("--delay", options.delay, "Time before an answer, as of a slow system")
         ->type_name("MS")
         ->check(CLI::NonNegativeNumber.description(""));
+    command->add_option("--wait", options.wait, std::string("How long clients wait (default: ") + wait + ")")
+        ->type_name("S")
+        ->check(CLI::PositiveNumber.description(""));
+    command->add_option("--workers", options.workers, "Requests answered at once (default: 2)")
+        ->type_name("N")
+        ->check(CLI::Range(1, 64).description(""));
     command->add_flag("-v,--verbose", options.verbose, "Show each request and its answer");
 }
 
@@ -82,9 +88,10 @@ CLI::App* addGateway(CLI::App& program, ServeOptions& options)
 {
     CLI::App* const command =
         program.add_subcommand("gateway", "Answer the clients of kind SQL from a database");
-    addServing(command, options, "[CONFIG] PATH");
-    command->footer("Serves every client number until SIGTERM or SIGINT. The database is that of\n"
-                    "the site's SvrDisp.ini. Requests that lie there at the start are dropped.\n\n"
+    addServing(command, options, "[CONFIG] PATH", "[CLIENT] TIMEOUT");
+    command->footer("Serves every client number until SIGTERM or SIGINT; SIGHUP reads the settings\n"
+                    "again. The database is that of the site's SvrDisp.ini. Requests that lie there\n"
+                    "at the start are dropped, and so are answers that nobody waits for any more.\n\n"
                     "Example:\n"
                     "  vqloan gateway --site /srv/vqloan --verbose");
     return command;
@@ -94,12 +101,12 @@ CLI::App* addHost(CLI::App& program, ServeOptions& options)
 {
     CLI::App* const command =
         program.add_subcommand("host", "Answer the clients of kind 7000 from a table file");
-    addServing(command, options, "line 3 of CLIENT.PAR");
+    addServing(command, options, "line 3 of CLIENT.PAR", "line 2 of CLIENT.PAR");
     command->add_option("TABLE", options.table, "The table file")->required()->type_name("");
-    command->footer("Serves every client number until SIGTERM or SIGINT. A line of the table is:\n"
-                    "library code, inventory number, answer, with TABs between. An inventory number\n"
-                    "* stands for the rest of a library, and a library code * with it for all\n"
-                    "others.\n\n"
+    command->footer("Serves every client number until SIGTERM or SIGINT; SIGHUP reads the table and\n"
+                    "the settings again. A line of the table is: library code, inventory number,\n"
+                    "answer, with TABs between. An inventory number * stands for the rest of a\n"
+                    "library, and a library code * with it for all others.\n\n"
                     "Example:\n"
                     "  vqloan host --site /srv/vqloan /srv/vqloan/host.txt");
     return command;

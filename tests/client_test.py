@@ -48,8 +48,10 @@ class Site(unittest.TestCase):
         subprocess.run([ROOT / "examples/make_site", self.site, "--copies=40"], check=True, stdout=subprocess.DEVNULL)
 
     def serve(self, *arguments):
-        """A server that has said what it serves; ended, and its status looked at, after the test."""
-        server = subprocess.Popen([VQLOAN, *map(str, arguments)], stdout=subprocess.PIPE)
+        """A server that has said what it serves; ended, and its status looked at, after the test. Its log is in server.log."""
+        self.log = self.scratch / "server.log"
+        with open(self.log, "ab") as log:
+            server = subprocess.Popen([VQLOAN, *map(str, arguments)], stdout=subprocess.PIPE, stderr=log)
         self.addCleanup(self.end, server)
         self.assertIn(b"Serving", server.stdout.readline())
         return server
@@ -261,13 +263,70 @@ class Serving(Site):
     def test_host(self):
         table = self.scratch / "table.txt"
         table.write_text("# a comment\r\n\r\n01\tKA123456\tPRESTATO è\r\n01\t*\tCHIUSO\n", encoding="utf-8")
-        self.serve("host", "--exchange", self.site / "host", table)
+        server = self.serve("host", "--exchange", self.site / "host", table)
         for request, answer in ((b"WL,01123456", "PRESTATO è"), (b"WL,01999999", "CHIUSO"),
                                 (b"WL,02123456", "Copia sconosciuta"), (b"XX", "Richiesta non valida")):
             said = self.exchange(request + b"\r\n", "07", "host/Z7000_")
             self.assertEqual(said, (answer + "\r\n").encode("cp1252"))
         table.write_text("01\tKA123456\n")
-        self.assertIn(b"line 1", run("host", "--exchange", self.site / "host", table, status=2).stderr)
+        server.send_signal(signal.SIGHUP)  # it says what is wrong, and goes on with the table that it has
+        await_true(lambda: "line 1" in self.log.read_text(), "the complaint about the table")
+        self.assertEqual(self.exchange(b"WL,02123456\r\n", "07", "host/Z7000_"), b"Copia sconosciuta\r\n")
+        table.write_text("02\tKA123456\tDENTRO\n")
+        server.send_signal(signal.SIGHUP)
+        await_true(lambda: b"DENTRO" in self.exchange(b"WL,02123456\r\n", "07", "host/Z7000_"), "the new table")
+        self.assertIn(b"served already (process", run("host", "--exchange", self.site / "host", table, status=2).stderr)
+
+    def test_nobody_is_answered_who_does_not_wait_any_more(self):
+        gateway = self.site / "gateway"
+        (gateway / "ZSQL_001.CL2").write_bytes(b"of an earlier run\r\n")
+        self.serve("gateway", "--site", self.site, "--delay=300", "--wait=1")
+        (gateway / "ZSQL_001.CL1").write_bytes(b"WL,KA000002,01\r\n")
+        await_true(lambda: not (gateway / "ZSQL_001.CL1").exists(), "the first request to be taken")
+        (gateway / "ZSQL_001.CL1").write_bytes(b"WL,KA000001,00\r\n")  # asks again
+        old = gateway / "ZSQL_002.CL1"
+        (self.scratch / "old").write_bytes(b"WL,KA000001,00\r\n")
+        os.utime(self.scratch / "old", (time.time() - 0.8,) * 2)
+        shutil.move(self.scratch / "old", old)
+        await_true((gateway / "ZSQL_001.CL2").exists, "an answer")
+        self.assertIn(b"Centrale", (gateway / "ZSQL_001.CL2").read_bytes())
+        await_true(lambda: "client 002 came too late" in self.log.read_text(), "the late answer to be told")
+        self.assertRegex(self.log.read_text(), "client 001 has asked again")
+        self.assertEqual([name for name in os.listdir(gateway) if name.endswith(".CL2")], ["ZSQL_001.CL2"])
+
+    def test_what_strangers_put_there_stops_nobody(self):
+        gateway, precious = self.site / "gateway", self.scratch / "precious"
+        precious.write_bytes(b"WL,KA000002,01\r\n")
+        server = self.serve("gateway", "--site", self.site)
+        os.mkfifo(gateway / "ZSQL_001.CL1")
+        os.symlink(precious, gateway / "ZSQL_002.CL1")
+        os.symlink(precious, gateway / "ZSQL_042.CL2")
+        (gateway / "ZSQL_003.CL1").mkdir()
+        (gateway / "ZSQL_003.CL1/inside").touch()
+        with open(gateway / "ZSQL_004.CL1", "wb") as large:
+            large.truncate(512 << 20)
+        (gateway / "ZSQL_\x1b[2J\xff.CL1").write_bytes(b"no line end")
+        self.assertIn(b"Disponibile", self.exchange(b"WL,KA000001,00\r\n"))
+        await_true(lambda: not (gateway / "ZSQL_004.CL1").exists() and not (gateway / "ZSQL_002.CL1").exists(), "all to be seen")
+        time.sleep(1)
+        status = pathlib.Path(f"/proc/{server.pid}/status").read_text()
+        self.assertLess(int(re.search(r"VmHWM:\s+(\d+)", status)[1]), 64 * 1024)
+        self.end(server)
+        self.assertEqual(precious.read_bytes(), b"WL,KA000002,01\r\n")
+        self.assertLess(len(self.log.read_text().splitlines()), 12)
+        self.assertNotIn("\x1b", self.log.read_text())
+
+    def test_it_ends_while_the_database_is_asked(self):
+        with contextlib.closing(sqlite3.connect(self.site / "library.db")) as writer:
+            server = self.serve("gateway", "--site", self.site, "--workers=1")
+            writer.execute("BEGIN EXCLUSIVE")
+            (self.site / "gateway/ZSQL_001.CL1").write_bytes(b"WL,KA000001,00\r\n")
+            await_true(lambda: not (self.site / "gateway/ZSQL_001.CL1").exists(), "the request to be taken")
+            time.sleep(0.2)
+            begun = time.monotonic()
+            self.end(server)
+            self.assertLess(time.monotonic() - begun, 2)
+        self.assertEqual(os.listdir(self.site / "gateway"), [])
 
     def test_a_slow_gateway_times_out(self):
         self.edit("SvrDisp.ini", b"\nTIMEOUT=5", b"\nTIMEOUT=0")

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
+#include <system_error>
 #include <vector>
 
 namespace vqloan::program {
@@ -13,6 +15,17 @@ std::filesystem::path file();
 // the program before it has removed them itself. Called once. Windows removes no file that is loaded: there
 // they stay.
 void removeWhenEnded(const std::vector<std::filesystem::path>& paths);
+
+// Ends the program where threads of it are not to be waited for: removes what removeWhenEnded was told,
+// writes the standard streams out, and runs nothing else.
+[[noreturn]] void endNow(int status) noexcept;
+
+// A new directory in `parent` that nobody else may look into: `prefix` and a name that nobody can foresee.
+// Throws std::system_error.
+std::filesystem::path makePrivateDirectory(const std::filesystem::path& parent, const std::string& prefix);
+
+// Whether a file could not be moved or removed because another program has it open, as Windows refuses it.
+bool isInUse(std::error_code error) noexcept;
 
 enum class Stream
 {

@@ -5,8 +5,12 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 
 namespace vqloan::program {
 
@@ -19,11 +23,16 @@ std::vector<std::string>& toRemove()
     return paths;
 }
 
-void removeAndEnd(int number)
+void removeAll()
 {
     for (const std::string& path : toRemove())
         if (unlink(path.c_str()) != 0)
             rmdir(path.c_str());
+}
+
+void removeAndEnd(int number)
+{
+    removeAll();
     signal(number, SIG_DFL);
     raise(number); // takes effect when this returns
 }
@@ -47,6 +56,26 @@ void removeWhenEnded(const std::vector<std::filesystem::path>& paths)
         if (before.sa_handler == SIG_IGN) // as under nohup
             sigaction(number, &before, nullptr);
     }
+}
+
+void endNow(int status) noexcept
+{
+    removeAll();
+    std::fflush(nullptr);
+    std::_Exit(status);
+}
+
+std::filesystem::path makePrivateDirectory(const std::filesystem::path& parent, const std::string& prefix)
+{
+    std::string path = (parent / (prefix + "XXXXXX")).string();
+    if (!mkdtemp(path.data()))
+        throw std::system_error(errno, std::generic_category(), parent.string());
+    return path;
+}
+
+bool isInUse(std::error_code) noexcept
+{
+    return false;
 }
 
 int terminalColumns(Stream stream) noexcept

@@ -4,6 +4,9 @@
 
 #include <io.h>
 
+#include <cstdio>
+#include <cstdlib>
+#include <random>
 #include <stdexcept>
 #include <string>
 #include <system_error>
@@ -18,6 +21,30 @@ std::filesystem::path file()
 }
 
 void removeWhenEnded(const std::vector<std::filesystem::path>&) {}
+
+void endNow(int status) noexcept
+{
+    std::fflush(nullptr);
+    std::_Exit(status);
+}
+
+std::filesystem::path makePrivateDirectory(const std::filesystem::path& parent, const std::string& prefix)
+{
+    std::random_device random;
+    for (;;) {
+        const auto made = parent / (prefix + std::to_string(random()) + std::to_string(random()));
+        if (CreateDirectoryW(made.c_str(), nullptr))
+            return made;
+        if (const DWORD error = GetLastError(); error != ERROR_ALREADY_EXISTS)
+            throw std::system_error(static_cast<int>(error), std::system_category(), parent.string());
+    }
+}
+
+bool isInUse(std::error_code error) noexcept
+{
+    return error == std::error_code(ERROR_SHARING_VIOLATION, std::system_category()) ||
+           error == std::error_code(ERROR_LOCK_VIOLATION, std::system_category());
+}
 
 int terminalColumns(Stream stream) noexcept
 {
