@@ -6,7 +6,7 @@ namespace vqloan {
 
 namespace {
 
-// Entries are this long, padded or cut: code, TAB and text share it.
+// Of a code, a TAB and a text together; a shorter entry is padded with blanks, a longer one cut.
 constexpr std::size_t entryLength = 40;
 
 std::u16string entryOf(const RecordsetVariable& row)
@@ -24,7 +24,7 @@ bool DispSvr::LoadStati() noexcept
     RecordsetVariable rows;
     try {
         rows.open(u"SELECT * FROM TABBLOCCOMAT", Conn);
-        // Only now: a failed query leaves the former table in force.
+        // Not before the query: when that fails, the former table stays in force.
         TabStati.assign(1, {});
         for (; !rows->Eof(); rows->MoveNext())
             TabStati.push_back(entryOf(rows));

@@ -6,7 +6,7 @@ namespace vqloan {
 
 void DispSvr::Load_Messa()
 {
-    // A failure is recorded already; the reads below then fail or give their defaults.
+    // When it fails it has recorded that, and the reads below fail or give the defaults.
     static_cast<void>(InitIni());
     TabMessa.assign(1, {});
     const std::int16_t count = settings::readInteger(Ini, site::setting(u"MESSAGGI", u"NUMMSG"));

@@ -34,7 +34,7 @@ std::u16string_view part(std::u16string_view whole, std::int16_t start, std::int
     return length == 0 ? text::mid(whole, start) : text::mid(whole, start, length);
 }
 
-// A value as it stands between the quotes of a statement.
+// A value with its quotes doubled, as it is put between the quotes of a statement.
 std::u16string quoted(std::u16string_view value)
 {
     if (value.find(u'\'') == value.npos)
@@ -114,18 +114,18 @@ std::u16string loanText(const RecordsetVariable& movement, const CodeTable& mess
 
 } // namespace
 
-// The order of the checks is the order of precedence.
+// The order of the checks decides what wins where several situations apply.
 std::u16string DispSvr::Make_LstDispo(std::u16string_view Inv, std::u16string& Bib) noexcept
 {
     if (!IsConnected() || Inv.empty())
         return {};
     RecordsetVariable holdings;
-    RecordsetVariable movements; // serves the library query first; released before the holdings
+    RecordsetVariable movements; // the library query's, too; released before the holdings
     try {
         const auto text = [this](Message message) { return Find_Messa(codeOf(message), TabMessa); };
 
         const std::u16string inventory = quoted(part(Inv, InvStart, InvLen));
-        Bib = part(Bib, BibStart, BibLen); // stays shortened, whatever fails from here on
+        Bib = part(Bib, BibStart, BibLen); // stays so whatever fails from here on
         const std::u16string library = quoted(Bib);
 
         movements.open(libraryStatement(library), Conn);
@@ -148,7 +148,7 @@ std::u16string DispSvr::Make_LstDispo(std::u16string_view Inv, std::u16string& B
             const auto reason = outOfService ? text(Message::outOfService) : Find_Messa(status, TabStati);
             if (!reason.empty())
                 return join(record, reason, tab, tab);
-            record += text(Message::noStatusText); // directly in front of whatever else is found
+            record += text(Message::noStatusText); // stands directly in front of the text below
         }
         if (text::upper(shelfMark.substr(0, 3)) == u"SC ")
             return join(record, text(Message::readingRoom), tab);

@@ -19,8 +19,8 @@ constexpr std::size_t lastPosition = 32767;
 OtherGroup::Place OtherGroup::search(std::u16string_view key, Int16 n) const
 {
     if (ascending_ && !near_.empty() && key >= near_.back().key() && n > std::ssize(near_)) {
-        // Behind all of them. Instead of walking there, look how far it is: to the last one's CR LF, or
-        // behind it where a further line is looked for.
+        // The place is behind all lines. Walking there would go as far as the last line's CR LF, or behind it
+        // where a further line is looked for, so that position alone is checked.
         const bool looksFurther = n > std::ssize(near_) + 1;
         [[maybe_unused]] const Int16 position = looksFurther ? nearSize_ + 1 : nearSize_ - 1;
         return near_.end();
@@ -49,7 +49,7 @@ void OtherGroup::insert(Place place, std::u16string line)
     for (;;) {
         Line& last = near_.back();
         const std::size_t lastSize = last.text.size() + lineEnd.size();
-        if (nearSize_ - lastSize < lastPosition) // it begins one further on
+        if (nearSize_ - lastSize < lastPosition) // it begins within reach
             break;
         far_.push_back(std::move(last.text));
         near_.pop_back();

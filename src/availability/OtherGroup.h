@@ -10,11 +10,10 @@
 
 namespace vqloan {
 
-// A text of lines, each ended by CR LF, that is put together only at the end. Positions in it are 16-bit
-// character positions: searching fails with RuntimeError 6 exactly where it would read, or step to, a
-// character beyond 32,767. Lines that begin beyond that position can be neither read nor passed again, so
-// they are kept apart, and the lines in reach are so few that walking them costs the same however long the
-// request is.
+// Stands for a text of lines, each ended by CR LF, that is searched by 16-bit positions: searching fails with
+// RuntimeError 6 exactly where it would read, or step to, a character of that text beyond 32,767. The text
+// itself is put together only at the end. Lines that begin beyond 32,767 can never be reached again, so they
+// are kept apart; the others are so few that walking them costs the same however long the request is.
 class OtherGroup
 {
     struct Line
@@ -28,13 +27,13 @@ class OtherGroup
 public:
     using Place = std::list<Line>::const_iterator;
 
-    // In front of the first of the lines 1 to n - 1 whose first field is greater than `key` by character
-    // code; behind all when there is none. `n` is the number of the request line, which counts the
-    // own-library lines too.
+    // The place in front of the first line whose first field is greater than `key` by character code, or
+    // behind all lines. Only the first n - 1 lines are looked at. `n` is the number of the request line that
+    // is placed; the lines of the own library count too.
     Place search(std::u16string_view key, Int16 n) const;
-    // At a place that was searched for.
+    // The place is one that `search` gave.
     void insert(Place place, std::u16string line);
-    // Behind everything, for back ends whose lines are not ordered.
+    // Puts a line behind all others, for back ends whose lines are not ordered.
     void append(std::u16string_view line);
 
     std::size_t size() const noexcept { return size_; }
@@ -43,7 +42,7 @@ public:
 private:
     std::list<Line> near_; // begin at a position up to 32,767
     std::size_t nearSize_ = 0;
-    bool ascending_ = true;           // by their keys; a failed line keeps its place and has another key
+    bool ascending_ = true; // by their keys; a failed line has another key than the one it was placed by
     std::vector<std::u16string> far_; // begin further on, the last one first
     std::u16string unordered_;
     std::size_t size_ = 0; // of the whole text

@@ -13,7 +13,7 @@
 //   "SQL", "SQL2"  item description TAB library TAB item description R TAB message TAB
 //   any, failed    "Codice Bibl. " code TAB "Coll. " shelf mark ", Inv. " inventory number TAB what failed
 //
-// R is what the back end answers, or that availability cannot be told where it may not be asked.
+// R is what the back end answers; for a library that the host may not be asked about, a fixed text.
 
 namespace vqloan {
 
@@ -53,10 +53,10 @@ std::u16string describe(const Item& item)
     return description;
 }
 
-// What the library code check makes of a line for the legacy host.
+// What the library code check says of a line for the legacy host.
 struct Checked
 {
-    std::u16string name; // the first column, and what the lines are ordered by
+    std::u16string name; // of the library: the line begins with it and is ordered by it
     std::u16string message;
     bool skipped = false; // answered without asking the host
 };
@@ -92,11 +92,11 @@ class Answer
 public:
     explicit Answer(DispSvr& svr) : svr_(svr) {}
 
-    // Answers one request line and places the answer. 6 where a line counter or a position would pass 32,767.
+    // Answers one request line and places the answer. RuntimeError 6 when the number of the line, or a
+    // position in the text of the other libraries' lines, would pass 32,767.
     void add(std::u16string_view requestLine)
     {
-        // A call that enters while the host is waited for may change DBType; this line is composed for the
-        // kind that it began with.
+        // Kept for the whole line: while the host is waited for, another call may enter and change DBType.
         const auto kind = static_cast<Kind>(svr_.DBType);
         Item item = itemOf(requestLine);
         if (kind == Kind::host)
@@ -120,7 +120,8 @@ private:
     void addHostLine(Item& item)
     {
         const Checked library = check(svr_, item);
-        std::optional<OtherGroup::Place> searched; // before the host is asked: a full group asks nobody
+        std::optional<OtherGroup::Place>
+            searched; // first: where there is no place left, the host is not asked
         if (!isOwn(item))
             searched = others_.search(library.name, number_);
 
@@ -163,7 +164,7 @@ private:
             others_.append(line);
     }
 
-    // By the code that the item has now: a back end may have replaced it.
+    // To be asked again after the back end has answered, which may have replaced the code.
     bool isOwn(const Item& item) const { return DispSvr::SameText(item.library, svr_.BibPosse); }
 
     void addOwn(std::u16string line)

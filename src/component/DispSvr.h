@@ -1,5 +1,5 @@
-// The availability server's one object. Its fields stand in one struct, its operations each in a file of
-// their own that bears the operation's name, in the folder of its subsystem.
+// The availability server's one object. All its fields stand in one struct. Each operation has a file of its
+// own, named after it, in the folder of its subsystem.
 #pragma once
 
 #include <array>

@@ -17,11 +17,11 @@ template <class Step> void ignoringFailure(Step step) noexcept
 {
     try {
         step();
-    } catch (...) { // recording a failure must not fail; what can still be recorded is
+    } catch (...) { // recording must not fail; the other steps are still taken
     }
 }
 
-// The failure being handled, as it will be stored unless a detail is given.
+// The failure that is being handled, before the given details are put into it.
 struct Gathered
 {
     std::int32_t number = 0;
@@ -95,7 +95,7 @@ void RecordError(SysTools::FailureDetails given, std::int32_t Flags, const Varia
 
 std::u16string longSource(std::u16string_view procedure)
 {
-    // No operation numbers its steps, so the step number at the end is always 0.
+    // The 0 is a step number, and no operation numbers its steps.
     std::u16string source = ApplicationInfo::ofThread().moduleName();
     source.append(u".").append(className).append(procedure).append(u"0");
     return source;

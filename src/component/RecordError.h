@@ -23,8 +23,8 @@ inline constexpr std::int32_t asGivenToo = 8;    // the same
 void RecordError(SysTools::FailureDetails given, std::int32_t Flags,
                  const Variant& argument8 = Variant::missing(), std::int32_t argument9 = 0) noexcept;
 
-// Where a failure happened, in the two forms that are recorded; `procedure` is like ".OpenDatabase, " or
-// ".VisNre".
+// Where a failure happened, as it is recorded: "VQLoan.SvrODBC.OpenDatabase, 0" for ".OpenDatabase, ", and
+// "SvrODBC.VisNre" for ".VisNre". Each operation has one of the two forms.
 std::u16string longSource(std::u16string_view procedure);
 std::u16string shortSource(std::u16string_view procedure);
 
@@ -32,7 +32,8 @@ std::u16string shortSource(std::u16string_view procedure);
 // `form(procedure)` builds. Never fails.
 void recordFailure(std::u16string (*form)(std::u16string_view), std::u16string_view procedure) noexcept;
 
-// For a failure whose cause has been recorded already: adds where it was noticed. Never fails.
+// For a failure that has been recorded already by what failed: records only where it was noticed. Never
+// fails.
 void recordSourceOnly(std::u16string (*form)(std::u16string_view), std::u16string_view procedure) noexcept;
 
 } // namespace vqloan

@@ -7,7 +7,7 @@ namespace vqloan {
 
 void DispSvr::ShutDown() noexcept
 {
-    // The helper gets a variable of its own; what it leaves there is kept even when closing failed.
+    // DbTools gets a variable of its own: Conn becomes what is left in it, whether closing succeeds or not.
     std::shared_ptr<Connection> connection = Conn;
     try {
         dbTools().CloseConn(connection);

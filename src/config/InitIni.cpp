@@ -8,8 +8,8 @@ bool DispSvr::InitIni() noexcept
 {
     try {
         if (!Ini) {
-            // Stored before it is bound: when binding fails the object stays, unbound, and is not tried
-            // again.
+            // Stored before it is bound. When binding fails, the object stays unbound and later calls do not
+            // try again.
             Ini = createIniFile();
             Ini->SetFile(settings::pathOf(site::settingsFile));
         }

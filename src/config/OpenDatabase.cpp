@@ -9,8 +9,8 @@
 #include "platform/runtime/Text.h"
 #include "platform/runtime/TextFiles.h"
 
-// The order of the steps is what clients see: each setting is stored as it is read, nothing is rolled back,
-// and the first step that fails decides what is recorded.
+// Clients see the order of the steps: the first one that fails decides what is recorded and which fields are
+// set, since each setting is stored as it is read and nothing is rolled back.
 
 namespace vqloan {
 
@@ -21,7 +21,7 @@ using settings::readText;
 using site::Kind;
 using site::setting;
 
-// A failure that the opening finds itself; whatever caused it has recorded its own details.
+// A failure of a step that has recorded it itself and only says that it failed.
 struct FoundFailure
 {};
 
@@ -74,7 +74,7 @@ void readServerSettings(DispSvr& svr)
 
 void connect(DispSvr& svr)
 {
-    // Stored before it is opened: after a failure the object holds the new connection, closed.
+    // Stored before it is opened. After a failure the object therefore holds the new connection, closed.
     svr.Conn = createConnection();
     if (svr.ConnTimeout > 0)
         svr.Conn->ConnectionTimeout(svr.ConnTimeout);
@@ -84,7 +84,7 @@ void connect(DispSvr& svr)
         svr.Conn->CursorLocation(svr.CursorLoc);
     if (!svr.UserName.empty())
         svr.Conn->Open(svr.ConnectStr, svr.UserName, svr.Password, svr.OpenOptions);
-    else // without a user the configured password is not passed either
+    else // a password alone is not passed
         svr.Conn->Open(svr.ConnectStr, {}, {}, svr.OpenOptions);
 }
 

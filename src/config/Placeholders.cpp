@@ -11,7 +11,8 @@ using site::placeholderSign;
 bool resolveAll(std::u16string& text)
 {
     for (;;) {
-        // From the beginning each time: a value may join with what stands around it.
+        // From the beginning each time, since a value that was put in may form a placeholder with the text
+        // around it.
         const auto opening = text.find(placeholderSign);
         if (opening == std::u16string::npos)
             return true;

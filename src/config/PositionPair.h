@@ -12,9 +12,9 @@ enum class WhenEmpty
     keepStart
 };
 
-// Stores the elements of `value` in the fields; a length that is not given keeps the one the field had, a
-// start of 0 becomes 1. An empty value is 9 or keeps the start, as `whenEmpty` says; an element outside 16
-// bits is 6. What was stored before a failure stays.
+// Stores what `value` says in the fields. Without a length, `length` stays as it is; a start of 0 becomes 1.
+// An empty value keeps the start or is RuntimeError 9, as `whenEmpty` says. A number outside 16 bits is 6;
+// what was stored before it stays.
 void readPositionPair(std::u16string_view value, WhenEmpty whenEmpty, std::int16_t& start,
                       std::int16_t& length);
 

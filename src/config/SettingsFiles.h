@@ -11,11 +11,11 @@
 
 namespace vqloan::settings {
 
-// The full path of a settings file: both lie in the component's own directory, and nowhere else.
+// The full path of a settings file. Both files lie in the component's own directory.
 std::u16string pathOf(std::u16string_view fileName);
 
-// The setting's value, or its default where the section or the key is absent. A value that is no number is
-// 13, also where nothing follows the "="; one out of range is 6.
+// The setting's value, or its default where the section or the key is absent. Where a number is read,
+// RuntimeError 13 for a value that is none (so is nothing after the "="), 6 for one out of range.
 std::u16string readText(std::shared_ptr<IniFile>& ini, const site::Setting& setting);
 std::int32_t readLong(std::shared_ptr<IniFile>& ini, const site::Setting& setting);
 std::int16_t readInteger(std::shared_ptr<IniFile>& ini, const site::Setting& setting);

@@ -55,7 +55,7 @@ std::u16string askHost(const HostParameters& parameters, std::u16string_view lin
     return exchange.ask(line).value_or(parameters.timeOutText);
 }
 
-// Each TAB becomes three blanks, in place of the blanks in front of it.
+// Three blanks in place of each TAB and of the blanks in front of it.
 std::u16string withoutTabs(std::u16string_view answer)
 {
     std::u16string line;
@@ -65,7 +65,7 @@ std::u16string withoutTabs(std::u16string_view answer)
             line += unit;
             continue;
         }
-        [[maybe_unused]] const Int16 position = line.size() + 1; // 6 when the TAB is out of reach
+        [[maybe_unused]] const Int16 position = line.size() + 1; // 6 for a TAB beyond 32,767
         line.resize(text::trimRight(line).size());
         line.append(3, u' ');
     }

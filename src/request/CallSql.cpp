@@ -26,8 +26,8 @@ void writeRequest(std::int32_t fileNo, std::u16string_view path, std::u16string_
     files::close(fileNo);
 }
 
-// Takes the answer as soon as its file is there; false when the deadline has passed without one. A late
-// answer to an earlier request cannot be told from the one that is waited for.
+// Takes the answer as soon as its file is there; false when none came before the deadline. A file that an
+// earlier request's answer has left there is taken as well: nothing tells the two apart.
 bool awaitAnswer(std::u16string& path, std::int32_t deadline, std::int32_t& fileNo, std::u16string& answer)
 {
     do {

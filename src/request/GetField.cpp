@@ -4,8 +4,8 @@ namespace vqloan {
 
 namespace {
 
-// Moves `end` from the separator that stands there to behind it; a single blank as separator takes a run of
-// blanks.
+// Moves `end`, where a separator stands, behind it. Where the separator is a single blank, a run of blanks is
+// one separator.
 void skipSeparator(std::u16string_view text, std::u16string_view separator, Int16& end)
 {
     while (end <= std::ssize(text) &&

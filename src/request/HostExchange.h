@@ -7,9 +7,10 @@
 
 namespace vqloan {
 
-// Every file is opened under number 1. While an exchange waits, the thread's pending events run, and another
-// call may enter and begin an exchange over the same two files. It would delete the answer that is waited for
-// and leave its own in its place, so it first sees the waiting exchange through to its answer or its limit.
+// While an exchange waits, the thread's pending events run, and one of them may begin another exchange. Over
+// the same two files it would delete the answer that the first one waits for. So it first waits for that
+// answer itself, until it is there or the first exchange's limit has passed. Every file is opened under
+// number 1.
 class HostExchange
 {
 public:
@@ -20,8 +21,7 @@ public:
     HostExchange& operator=(const HostExchange&) = delete;
 
     // The first line of the answer, or nothing when the host has not answered within the limit. A
-    // RuntimeError when the request cannot be written; failures to open or read the answer are part of the
-    // waiting.
+    // RuntimeError when the request cannot be written. An answer that cannot be opened or read is waited for.
     std::optional<std::u16string> ask(std::u16string_view line);
 
 private:

@@ -14,11 +14,11 @@ struct HostParameters
     std::u16string clientNumber; // two characters
     float waitLimit = 0;         // seconds
     std::u16string directory;    // ends in its path separator
-    Int16 width;                 // answers are cut to this less 2
+    Int16 width;                 // of an answer, plus 2
     std::u16string timeOutText;
     std::u16string emptyText;
-    std::u16string localKey;    // a library code that is answered here,
-    std::u16string localAnswer; //   with this text
+    std::u16string localKey;    // library code that the host is not asked about,
+    std::u16string localAnswer; // and what is answered for it
 };
 
 // Reads the lines 1 to 14 of the file open under that number. 62 for a missing line, 6 for a number out of
