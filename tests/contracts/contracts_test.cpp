@@ -102,26 +102,41 @@ struct ConnectionDouble : Connection
         set("Open " + text::toUtf8(connectionString + u", " + userId + u", " + password) + ",", options);
     }
     void Close() override {}
-    std::int32_t State() override { return ado::stateClosed; }
+    std::int32_t State() override { return ado::stateOpen; }
     static void set(const std::string& member, std::int32_t value)
     {
         calls.note("Connection." + member + " " + std::to_string(value));
     }
 };
 
-// No rows.
+std::map<std::string, Variant> row; // by column
+
+struct FieldDouble : Field
+{
+    Variant value;
+    Variant Value() override { return value; }
+};
+
+// The row, or none where that is empty. A column that it lacks is an empty text.
 struct RecordsetDouble : Recordset
 {
+    FieldDouble field;
+
     void Open(std::u16string_view, const std::shared_ptr<Connection>&, std::int32_t, std::int32_t,
               std::int32_t) override
     {
         calls.note("Recordset.Open");
     }
     void Close() override {}
-    bool Eof() override { return calls.note("EOF", true); }
+    bool Eof() override { return calls.note("EOF", row.empty()); }
     void MoveNext() override {}
-    Field& Item(std::u16string_view) override { throw RuntimeError(Failure::InternalError); }
-    Field& Item(std::int32_t) override { throw RuntimeError(Failure::InternalError); }
+    Field& Item(std::u16string_view name) override
+    {
+        const auto found = row.find(text::toUtf8(name));
+        field.value = found == row.end() ? Variant(u"") : found->second;
+        return field;
+    }
+    Field& Item(std::int32_t) override { return Item(u""); }
 };
 
 struct DbToolsDouble : standins::DbTools
@@ -300,6 +315,28 @@ TEST_F(Opening, EndsAtTheStepThatFails)
 }
 
 // --- Answering ---
+
+TEST(Make_LstDispo, HandsBothRecordsetsOverWhicheverStepFails)
+{
+    DispSvr svr;
+    svr.Conn = std::make_shared<ConnectionDouble>();
+    svr.InvStart = svr.BibStart = 1;
+    calls = {};
+    std::u16string library = u"01";
+    EXPECT_EQ(svr.Make_LstDispo(u"9", library), u"\t\t\t") << "no row";
+    const std::size_t steps = calls.made.size();
+    for (std::size_t i = 0; i < steps; ++i) {
+        calls = {.failing = i};
+        svr.Make_LstDispo(u"9", library);
+        EXPECT_GE(calls.made.size(), 2u);
+        for (std::size_t last : {1, 2})
+            EXPECT_EQ(calls.made[calls.made.size() - last], "CloseRecordset") << "step " << i;
+    }
+    calls = {};
+    row = {{"COLLOCAZIONE", u"A 1"}, {"DATA_SCAD", u"2999-01-01"}, {"DATA", Variant()}};
+    EXPECT_EQ(svr.Make_LstDispo(u"9", library), u"01\t\t\t\t") << "lent on an Empty date";
+    row.clear();
+}
 
 TEST(VisNre, TellsOfItsFailureAfterRecordingIt)
 {
