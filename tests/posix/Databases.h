@@ -7,6 +7,7 @@
 #include <ostream>
 #include <string>
 
+#include "MariaDbServer.h"
 #include "Network.h"
 #include "PostgresServer.h"
 #include "SqliteFile.h"
@@ -39,9 +40,9 @@ inline LibraryDatabase sqlite(const std::string& way)
     const auto file = std::make_shared<SqliteFile>();
     return {way + file->path().string(), [file](const auto& statements) { file->execute(statements); }};
 }
-inline LibraryDatabase postgres()
+template <class Server> LibraryDatabase onServer()
 {
-    const auto server = std::make_shared<PostgresServer>();
+    const auto server = std::make_shared<Server>();
     return {server->readersConnectionText(),
             [server](const auto& statements) { server->execute(statements); }};
 }
@@ -51,7 +52,8 @@ inline const DatabaseKind databaseKinds[] = {
     {"SqliteOverOdbc",
      [] { return hasOdbcDriver("SQLite3") ? "" : std::string("SQLite's ODBC driver is not installed"); },
      [] { return sqlite("Driver={SQLite3};Database="); }, false, true}, // it makes a date of any text
-    {"Postgres", PostgresServer::whyNot, postgres},
+    {"Postgres", PostgresServer::whyNot, onServer<PostgresServer>},
+    {"MariaDb", MariaDbServer::whyNot, onServer<MariaDbServer>},
 };
 
 } // namespace vqloan::test

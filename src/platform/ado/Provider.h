@@ -50,6 +50,8 @@ public:
     virtual bool isOpen() const noexcept = 0;
     // Ends all statements.
     virtual void close() noexcept = 0;
+    // Whether a statement's time limit is kept. Not every driver can.
+    virtual bool keepsTimeLimits() const noexcept { return true; }
 };
 
 struct OpenRequest

@@ -12,6 +12,7 @@ namespace vqloan {
 // What a statement's result consists of.
 struct OdbcColumns
 {
+    OdbcColumns() = default; // none
     // As the driver describes the statement that has just been executed.
     explicit OdbcColumns(const odbc::Statement& statement);
 
@@ -38,6 +39,8 @@ class OdbcResult final : public Cursor
 public:
     // What the statement has just been executed to; afterwards the statement is free for the next run.
     OdbcResult(const odbc::Statement& statement, std::shared_ptr<const OdbcColumns> columns);
+    // No rows.
+    OdbcResult() : columns_(std::make_shared<const OdbcColumns>()) {}
 
     bool next() override;
     const ColumnNames& columns() const override { return columns_->names; }

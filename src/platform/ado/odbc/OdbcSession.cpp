@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <iterator>
+#include <optional>
 
 #include "platform/ado/AdoFailure.h"
 #include "platform/ado/odbc/OdbcConnectionText.h"
 #include "platform/ado/odbc/OdbcFailure.h"
+#include "platform/runtime/Text.h"
 
 namespace vqloan {
 
@@ -17,6 +19,37 @@ constexpr std::size_t statementsKept = 16;
 bool isAscii(std::u16string_view text)
 {
     return std::all_of(text.begin(), text.end(), [](char16_t c) { return c < 128; });
+}
+
+// A character of code 0 would end the text in many drivers, and then a part of a value would be looked for;
+// no text server holds one. It becomes the replacement character, as does what no encoding can carry.
+bool isClean(std::u16string_view text)
+{
+    return std::none_of(text.begin(), text.end(),
+                        [](char16_t c) { return c == 0 || (c & 0xF800) == 0xD800; });
+}
+std::u16string cleaned(std::u16string_view text)
+{
+    std::u16string clean = text::fromUtf8(text::toUtf8(text));
+    std::replace(clean.begin(), clean.end(), u'\0', u'\uFFFD');
+    return clean;
+}
+
+// Such a value means itself in every server's literals.
+bool isPlain(std::u16string_view value)
+{
+    return std::all_of(value.begin(), value.end(), [](char16_t c) {
+        return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || (c >= u'0' && c <= u'9') ||
+               std::u16string_view(u" -./_").find(c) != std::u16string_view::npos;
+    });
+}
+
+// What goes to a server as a statement's text is read alike by all of them.
+bool isPortable(std::u16string_view statement)
+{
+    return std::all_of(statement.begin(), statement.end(), [](char16_t c) {
+        return (c >= u' ' && c < 127 && c != u'\\') || c == u'\t' || c == u'\r' || c == u'\n';
+    });
 }
 
 RuntimeError refused(std::u16string_view why)
@@ -56,24 +89,32 @@ void OdbcSession::close() noexcept
 }
 
 // A kept statement may be out of date when the schema has changed, and a database may want a literal where
-// another takes a parameter. So a statement that is refused is tried in the next form, and the last form's
-// failure counts.
+// another takes a parameter. So a statement whose form is refused is tried in the next form, and the last
+// form's failure counts.
 CursorOwner OdbcSession::run(std::u16string_view text, std::int32_t timeLimit)
 {
+    std::u16string clean;
+    if (!isClean(text))
+        text = clean = cleaned(text);
     if (!product_.takesWideText && !isAscii(text))
         throw refused(u"The ODBC driver takes no text beyond ASCII; its Unicode variant does.");
-    for (const auto form : {&OdbcSession::runKept, &OdbcSession::runWithParameters}) {
+    std::optional<odbc::DriverFailure> refusal;
+    for (const auto form :
+         {&OdbcSession::runKept, &OdbcSession::runWithParameters, &OdbcSession::runAsText}) {
         try {
             if (CursorOwner cursor = (this->*form)(text, timeLimit))
                 return cursor;
-        } catch (const RuntimeError& error) {
-            if (error.number != ado::statementFailed)
+        } catch (const odbc::DriverFailure& failure) {
+            if (failure.isCharacterLackedFor(literals_))
+                return CursorOwner(new OdbcResult());
+            if (failure.cause != odbc::DriverFailure::Cause::form)
                 throw;
+            refusal = failure;
         }
     }
-    if (text.find(u'\0') != text.npos)
-        throw refused(u"The statement holds a character of code 0.");
-    return runNew(StatementShape::asItIs(text), text, timeLimit);
+    if (refusal)
+        throw *refusal;
+    throw refused(u"A value that is not plain text cannot be sent here.");
 }
 
 // Null when there is no such statement.
@@ -99,8 +140,19 @@ CursorOwner OdbcSession::runWithParameters(std::u16string_view text, std::int32_
     return shape.parameterCount() > 0 ? runNew(std::move(shape), text, timeLimit) : nullptr;
 }
 
+// Null when one of its values must not be sent so.
+CursorOwner OdbcSession::runAsText(std::u16string_view text, std::int32_t timeLimit)
+{
+    StatementShape::of(text).matches(text, literals_);
+    if (!std::all_of(literals_.begin(), literals_.end(), isPlain))
+        return nullptr;
+    return runNew(StatementShape::asItIs(text), text, timeLimit);
+}
+
 CursorOwner OdbcSession::runNew(StatementShape shape, std::u16string_view text, std::int32_t timeLimit)
 {
+    if (!isPortable(shape.withParameters()))
+        throw refused(u"The statement holds a backslash or another character that servers read differently.");
     shape.matches(text, literals_);
     auto statement = std::make_unique<OdbcStatement>(database_, std::move(shape), product_);
     CursorOwner cursor = statement->run(literals_, timeLimit);

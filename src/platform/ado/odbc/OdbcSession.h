@@ -11,6 +11,11 @@
 
 namespace vqloan {
 
+// A value that is not plain text (letters, digits, blank, -./_) only ever travels as a parameter: what quotes
+// and escapes mean in a literal depends on the server's product, settings and code page. A statement goes to
+// the server again only where another form of it may be taken, never after a lock, a time limit or a lost
+// connection. A value with a character that the server's code page lacks is in no row.
+//
 // Compiled statements are kept by shape. A connection that is lost stays open: each statement fails with the
 // cause until the client closes it, as a client that asks only for the state could not tell it from one never
 // opened.
@@ -23,10 +28,12 @@ public:
     CursorOwner run(std::u16string_view statement, std::int32_t timeLimit) override;
     bool isOpen() const noexcept override { return isOpen_; }
     void close() noexcept override;
+    bool keepsTimeLimits() const noexcept override { return product_.keepsTimeLimits; }
 
 private:
     CursorOwner runKept(std::u16string_view text, std::int32_t timeLimit);
     CursorOwner runWithParameters(std::u16string_view text, std::int32_t timeLimit);
+    CursorOwner runAsText(std::u16string_view text, std::int32_t timeLimit);
     CursorOwner runNew(StatementShape shape, std::u16string_view text, std::int32_t timeLimit);
 
     odbc::Environment environment_;

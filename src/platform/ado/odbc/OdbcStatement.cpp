@@ -8,31 +8,16 @@
 
 namespace vqloan {
 
-namespace {
-
-// A character of code 0 would end the value in many drivers, and then a part of it would be looked for; no
-// text server holds one. What no encoding can carry becomes the replacement character too.
-std::u16string toValue(std::u16string_view literal)
-{
-    std::u16string value = unquoted(literal);
-    std::replace(value.begin(), value.end(), u'\0', u'\uFFFD');
-    const auto isSurrogate = [](char16_t c) { return (c & 0xF800) == 0xD800; };
-    if (std::any_of(value.begin(), value.end(), isSurrogate))
-        value = text::fromUtf8(text::toUtf8(value));
-    return value;
-}
-
-} // namespace
-
 OdbcStatement::OdbcStatement(const odbc::Database& database, StatementShape shape,
                              const odbc::Product& product)
     : shape_(std::move(shape)), handle_(database.get()), product_(product), values_(shape_.parameterCount()),
       narrow_(shape_.parameterCount()), lengths_(shape_.parameterCount())
 {
-    const std::u16string statement = shape_.withParameters();
-    odbc::check(
-        SQLPrepareW(handle_.get(), odbc::wide(statement.data()), static_cast<SQLINTEGER>(statement.size())),
-        handle_);
+    if (!product_.keepsStatements)
+        return; // compiled when it runs: drivers that do both at once save a round trip
+    std::u16string text = shape_.withParameters();
+    odbc::check(SQLPrepareW(handle_.get(), odbc::wide(text.data()), static_cast<SQLINTEGER>(text.size())),
+                handle_);
 }
 
 CursorOwner OdbcStatement::run(const std::vector<std::u16string_view>& literals, std::int32_t timeLimit)
@@ -46,12 +31,20 @@ CursorOwner OdbcStatement::run(const std::vector<std::u16string_view>& literals,
     limitTime(timeLimit);
     bind(literals);
     const Closing closing{handle_.get()};
-    const SQLRETURN result = SQLExecute(handle_.get());
+    const SQLRETURN result = execute();
     if (result != SQL_NO_DATA)
         odbc::check(result, handle_);
-    if (!columns_ || !product_.keepsColumns)
+    if (!columns_)
         columns_ = std::make_shared<const OdbcColumns>(handle_);
     return CursorOwner(new OdbcResult(handle_, columns_));
+}
+
+SQLRETURN OdbcStatement::execute()
+{
+    if (product_.keepsStatements)
+        return SQLExecute(handle_.get());
+    std::u16string text = shape_.withParameters();
+    return SQLExecDirectW(handle_.get(), odbc::wide(text.data()), static_cast<SQLINTEGER>(text.size()));
 }
 
 // Values go as narrow text, which is what a literal in the statement is to the server: it compares them with
@@ -59,7 +52,7 @@ CursorOwner OdbcStatement::run(const std::vector<std::u16string_view>& literals,
 void OdbcStatement::bind(const std::vector<std::u16string_view>& literals)
 {
     for (std::size_t i = 0; i < values_.size(); ++i) {
-        values_[i] = toValue(literals[i]);
+        values_[i] = unquoted(literals[i]);
         SQLPOINTER value = values_[i].data();
         std::size_t bytes = values_[i].size() * sizeof(char16_t);
         if (!product_.takesWideText) {

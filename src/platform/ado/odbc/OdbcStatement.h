@@ -24,6 +24,7 @@ public:
     CursorOwner run(const std::vector<std::u16string_view>& literals, std::int32_t timeLimit);
 
 private:
+    SQLRETURN execute();
     void bind(const std::vector<std::u16string_view>& literals);
     void limitTime(std::int32_t seconds) noexcept;
 
