@@ -33,4 +33,5 @@ CREATE TABLE TABBLOCCOMAT (             -- texts of the special statuses; code a
 
 -- Give it a password of your own.
 CREATE ROLE vqloan LOGIN PASSWORD 'change me';
+ALTER ROLE vqloan SET default_transaction_read_only = on;
 GRANT SELECT ON TABBIBLIOTECHE, POSSEDUTO, MOVIMENTI, TABBLOCCOMAT TO vqloan;

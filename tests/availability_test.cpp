@@ -112,21 +112,26 @@ TEST_P(Availability, AFailureIsThatOfItsLine)
 TEST_P(Availability, NoValueChangesAStatement)
 {
     Client desk = opened();
+    // Whether the driver manager cuts to bytes depends on the process's locale, which other drivers set.
+    const auto isKeptOut = [](const std::string& answer) {
+        return GetParam().cutsToBytes && answer.find("takes no text beyond ASCII") != answer.npos;
+    };
     // The last but one is quotes, once cut to bytes.
     for (const std::string& value : {"' OR '1'='1"s, "FREE' --"s, "x'; DROP TABLE POSSEDUTO; --"s, "''"s,
                                      "'"s, "\\'"s, "FREE'/*"s, "\""s, "[a"s, "`"s, "?1 :a @b $c"s, "% _"s,
                                      "\u4E2D\U0001F4D6"s, "\u0127 OR \u01271\u0127=\u01271"s, "FREE\0X"s}) {
         const std::string number = "Inv. " + text::toUtf8(text::upper(text::fromUtf8(value)));
         const std::string answer = desk.ask("01||" + value + "\n");
-        // Whether the driver manager cuts to bytes depends on the process's locale, which other drivers set.
-        if (GetParam().cutsToBytes && answer.find("takes no text beyond ASCII") != std::string::npos)
+        if (isKeptOut(answer))
             continue;
         EXPECT_EQ(answer, readable(wire(number + "||" + number + "Non posseduto||||\n")));
         EXPECT_EQ(desk.ask(value + "||FREE\n"), "Inv. FREE||Inv. FREENon posseduto||||\n") << value;
     }
     // A backslash before the quote, and a character that some servers' code pages lack.
-    for (const std::string value : {" OR 1=1 -- \u4E00", " OR 1=1 -- "})
-        EXPECT_NE(desk.ask("\\||" + value + "\n").find("Non posseduto"), std::string::npos) << value;
+    for (const std::string value : {" OR 1=1 -- \u4E00", " OR 1=1 -- "}) {
+        const std::string answer = desk.ask("\\||" + value + "\n");
+        EXPECT_TRUE(answer.find("Non posseduto") != answer.npos || isKeptOut(answer)) << answer;
+    }
     EXPECT_EQ(desk.ask("01||FREE\n"), "Inv. FREE|Civica|Inv. FREE|Disponibile|||\n") << "nothing was dropped";
 }
 

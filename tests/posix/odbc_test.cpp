@@ -11,6 +11,7 @@
 #include "PostgresServer.h"
 #include "Queries.h"
 #include "Site.h"
+#include "platform/ado/AdoConnection.h"
 #include "platform/ado/odbc/OdbcConnectionText.h"
 
 namespace vqloan::test {
@@ -127,29 +128,6 @@ TEST_F(Odbc, SaysWhyItCannotOpen)
     }
 }
 
-TEST_F(Odbc, TheExampleSchemaServesASiteByItsDataSource)
-{
-    server->execute(read(SOURCE_DIRECTORY "/examples/schema-postgresql.sql"));
-    server->execute(
-        "INSERT INTO TABBIBLIOTECHE VALUES ('01', 'Civica', 'S'); INSERT INTO TABBLOCCOMAT VALUES ('2', 'x');"
-        "INSERT INTO POSSEDUTO VALUES ('01', '1', '2', 'S', 'A'), ('01', '2', NULL, NULL, 'A');"
-        "INSERT INTO MOVIMENTI VALUES ('01', '2', '2024-02-29', '2999-01-01', 0, NULL)");
-    Site site;
-    write(site.directory / "odbc.ini",
-          "[libri]\nDriver=PostgreSQL Unicode\nServername=127.0.0.1\nDatabase=postgres\nPort=" +
-              std::to_string(server->port()) + "\n");
-    setenv("ODBCINI", (site.directory / "odbc.ini").c_str(), 1);
-    for (const char* connect : {"DSN=libri", "Provider=MSDASQL;Data Source=libri"}) {
-        site.settings(std::string("[SERVER]\nCONNECT=") + connect +
-                      "\nUSERNAME=vqloan\nPASSWORD=change me\nINVENTARIO=1\n" + messages);
-        Client desk = site.client();
-        ASSERT_FALSE(desk.open("SQL2")) << desk.failure().description;
-        EXPECT_EQ(desk.ask("01||1\n01||2\n"), "Inv. 1|Civica|Inv. 1|x" + std::string(37, ' ') +
-                                                  "||||\nInv. 2|Civica|Inv. 2|In prestito|29-02-2024|||\n");
-    }
-    unsetenv("ODBCINI");
-}
-
 TEST_F(Odbc, TimeoutsEndWaitsAndLongStatements)
 {
     const SilentPort silence;
@@ -211,8 +189,12 @@ TEST_F(Odbc, ALostConnectionFailsItsLinesAndOpensAgain)
 struct Server
 {
     std::function<void(const std::string& statements)> run;
+    std::string source; // its lines in odbc.ini, but for the port
+    int port;
     std::string administrator, reader; // connection texts; the reader waits a second for a lock
     std::string lock;                  // takes T from all others for 4 seconds
+    std::string schema;                // the example's file
+    bool keepsTimeLimits;
 };
 
 Server postgres(const std::string& encoding, const std::string& conformingStrings)
@@ -222,8 +204,14 @@ Server postgres(const std::string& encoding, const std::string& conformingString
     for (const char* role : {"postgres", PostgresServer::reader})
         run("ALTER ROLE " + std::string(role) + " SET lock_timeout = 1000; ALTER ROLE " + role +
             " SET standard_conforming_strings = " + conformingStrings);
-    return {run, server->connectionText() + ";UID=postgres", server->readersConnectionText(),
-            PostgresServer::lock("T", 4)};
+    return {run,
+            "Driver=PostgreSQL Unicode\nServername=127.0.0.1\nDatabase=postgres",
+            server->port(),
+            server->connectionText() + ";UID=postgres",
+            server->readersConnectionText(),
+            PostgresServer::lock("T", 4),
+            "schema-postgresql.sql",
+            true};
 }
 
 Server mariaDb()
@@ -231,9 +219,14 @@ Server mariaDb()
     const auto server = std::make_shared<MariaDbServer>();
     const auto run = [server](const std::string& statements) { server->execute(statements); };
     run("CREATE USER padrone; GRANT ALL ON *.* TO padrone");
-    return {run, server->connectionText() + ";UID=padrone",
+    return {run,
+            "Driver=MariaDB Unicode\nServer=127.0.0.1\nDatabase=libri",
+            server->port(),
+            server->connectionText() + ";UID=padrone",
             server->readersConnectionText() + ";InitStmt={SET SESSION lock_wait_timeout=1}",
-            MariaDbServer::lock("T", 4)};
+            MariaDbServer::lock("T", 4),
+            "schema-mariadb.sql",
+            false};
 }
 
 struct ServerKind
@@ -242,6 +235,11 @@ struct ServerKind
     std::string (*whyNot)();
     Server (*make)();
 };
+
+void PrintTo(const ServerKind& kind, std::ostream* out)
+{
+    *out << kind.name;
+}
 
 class EveryServer : public testing::TestWithParam<ServerKind>
 {
@@ -256,13 +254,17 @@ protected:
     Server server;
 };
 
-INSTANTIATE_TEST_SUITE_P(, EveryServer,
-                         testing::Values(ServerKind{"Postgres", PostgresServer::whyNot,
-                                                    [] { return postgres("UTF8", "on"); }},
-                                         ServerKind{"PostgresLatin1", PostgresServer::whyNot,
-                                                    [] { return postgres("LATIN1", "off"); }},
-                                         ServerKind{"MariaDb", MariaDbServer::whyNot, mariaDb}),
-                         [](const auto& kind) { return std::string(kind.param.name); });
+// With what makes quotes dangerous: backslashes that escape, and a code page that lacks characters.
+class LooseServer : public EveryServer
+{};
+
+const ServerKind plainPostgres{"Postgres", PostgresServer::whyNot, [] { return postgres("UTF8", "on"); }},
+    loosePostgres{"Postgres", PostgresServer::whyNot, [] { return postgres("UTF8", "off"); }},
+    latinPostgres{"PostgresLatin1", PostgresServer::whyNot, [] { return postgres("LATIN1", "on"); }},
+    latinMariaDb{"MariaDb", MariaDbServer::whyNot, mariaDb};
+const auto nameOf = [](const auto& kind) { return std::string(kind.param.name); };
+INSTANTIATE_TEST_SUITE_P(, EveryServer, testing::Values(plainPostgres, latinMariaDb), nameOf);
+INSTANTIATE_TEST_SUITE_P(, LooseServer, testing::Values(loosePostgres, latinPostgres, latinMariaDb), nameOf);
 
 std::u16string select(std::u16string_view code, std::u16string_view number)
 {
@@ -277,7 +279,7 @@ std::u16string select(std::u16string_view code, std::u16string_view number)
 
 // Refused by the number column or not representable in the server's code page; some end the literal early
 // where a backslash escapes, or where a driver takes a quote for a surrogate's other half.
-TEST_P(EveryServer, NoValueLeavesItsStatement)
+TEST_P(LooseServer, NoValueLeavesItsStatement)
 {
     const auto connection = open(server.administrator);
     const std::pair<std::u16string, std::u16string> cases[] = {
@@ -287,6 +289,7 @@ TEST_P(EveryServer, NoValueLeavesItsStatement)
         {u"\\", u" UNION SELECT C FROM T -- "},
         {u"\\", u" OR SLEEP(9) -- \u4E00"},
         {u"01", u"X\xD83D'; CREATE TABLE EVIL (A integer); --"},
+        {u"X\xD83D", u"; CREATE TABLE EVIL (A integer); --"},
         {u"01\xD83D", u"1"},
         {u"\u4E00", u"1"},
     };
@@ -322,6 +325,67 @@ TEST_P(EveryServer, ALockIsWaitedForOnce)
         EXPECT_LT(failed.seconds, 1.8);
     }
     EXPECT_NO_THROW(query(connection, statement));
+}
+
+// What the guide says of accounts and data sources.
+TEST_P(EveryServer, TheExampleSchemaServesASiteThatCannotWrite)
+{
+    server.run(read(SOURCE_DIRECTORY "/examples/" + server.schema));
+    server.run(
+        "INSERT INTO TABBIBLIOTECHE VALUES ('01', 'Civica', 'S'); INSERT INTO TABBLOCCOMAT VALUES ('2', 'x');"
+        "INSERT INTO POSSEDUTO VALUES ('01', '1', '2', 'S', 'A'), ('01', '2', NULL, NULL, 'A');"
+        "INSERT INTO MOVIMENTI VALUES ('01', '2', '2024-02-29', '2999-01-01', 0, NULL)");
+    Site site;
+    const std::string name = "libri" + std::to_string(server.port); // the driver manager remembers names
+    write(site.directory / "odbc.ini",
+          "[" + name + "]\n" + server.source + "\nPort=" + std::to_string(server.port) + "\n");
+    setenv("ODBCINI", (site.directory / "odbc.ini").c_str(), 1);
+    for (const char* connect : {"DSN=", "Provider=MSDASQL;Data Source="}) {
+        site.settings(std::string("[SERVER]\nCONNECT=") + connect + name +
+                      "\nUSERNAME=vqloan\nPASSWORD=change me\nINVENTARIO=1\n" + messages);
+        Client desk = site.client();
+        ASSERT_FALSE(desk.open("SQL2")) << desk.failure().description;
+        EXPECT_EQ(desk.ask("01||1\n01||2\n"), "Inv. 1|Civica|Inv. 1|x" + std::string(37, ' ') +
+                                                  "||||\nInv. 2|Civica|Inv. 2|In prestito|29-02-2024|||\n");
+    }
+    const auto connection = open("DSN=" + name, "vqloan", "change me");
+    unsetenv("ODBCINI");
+    EXPECT_EQ(dynamic_cast<AdoConnection&>(*connection).session()->keepsTimeLimits(), server.keepsTimeLimits);
+    for (const char* statement :
+         {"INSERT INTO POSSEDUTO VALUES ('01', '3', NULL, NULL, NULL)", "UPDATE MOVIMENTI SET LIVSOLL = 1",
+          "DELETE FROM TABBLOCCOMAT", "DROP TABLE TABBLOCCOMAT", "CREATE TABLE EVIL (A integer)",
+          "CREATE TEMPORARY TABLE EVIL (A integer)"})
+        EXPECT_EQ(failureOf([&] { query(connection, statement); }).number, statementFailed) << statement;
+}
+
+// The limits that the guide gives to MariaDB's driver in the connection text.
+TEST(MariaDb, KeepsTheLimitsOfItsConnectionText)
+{
+    if (const std::string why = MariaDbServer::whyNot(); !why.empty())
+        GTEST_SKIP() << why;
+    const MariaDbServer server;
+    const auto failureWith = [&](const std::string& limit) {
+        const auto connection = open(server.readersConnectionText() + limit);
+        return failureOf([&] { query(connection, "SELECT SLEEP(9)"); });
+    };
+    for (const auto& [limit, number] :
+         {std::pair(";InitStmt={SET SESSION max_statement_time=1}", timeLimitPassed),
+          {";READ_TIMEOUT=1", connectionFailed}}) {
+        const Failed failed = failureWith(limit);
+        EXPECT_EQ(failed.number, number) << limit << failed.description;
+        EXPECT_LT(failed.seconds, 6) << limit;
+    }
+    const SilentPort silence;
+    const Failed opening = failureOf([&] {
+        open("Driver={MariaDB Unicode};Server=127.0.0.1;CONN_TIMEOUT=1;Port=" +
+             std::to_string(silence.number()));
+    });
+    EXPECT_EQ(opening.number, connectionFailed);
+    EXPECT_LT(opening.seconds, 6);
+    const auto latin = open(server.readersConnectionText() + ";CHARSET=latin1");
+    EXPECT_EQ(first(latin, "SELECT 'a'").toText(), u"a");
+    EXPECT_TRUE(failureOf([&] { query(latin, "SELECT '\u4E00'"); }).says("beyond ASCII"))
+        << "the driver would ask for a question mark";
 }
 
 } // namespace
