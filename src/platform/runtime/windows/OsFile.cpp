@@ -55,6 +55,11 @@ constexpr KnownError knownErrors[] = {
 }
 
 // The system would stop reading a path at an embedded 0 and open another file than the one named.
+bool isNamable(std::u16string_view path)
+{
+    return path.find(u'\0') == path.npos;
+}
+
 std::u16string nativePath(std::u16string_view path)
 {
     if (path.empty())
@@ -106,11 +111,6 @@ std::intptr_t open(const std::u16string& native, const Opening& how)
     CloseHandle(opened);
     SetLastError(error);
     return reinterpret_cast<std::intptr_t>(INVALID_HANDLE_VALUE);
-}
-
-bool isNamable(std::u16string_view path)
-{
-    return path.find(u'\0') == path.npos;
 }
 
 std::int64_t joined(DWORD high, DWORD low)
