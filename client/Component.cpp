@@ -3,9 +3,9 @@
 #include <cstdio>
 #include <stdexcept>
 
-#include "platform/automation/Bstr.h"
-#include "platform/automation/Variant.h"
+#include "platform/runtime/Bstr.h"
 #include "platform/runtime/Text.h"
+#include "platform/runtime/Variant.h"
 
 namespace vqloan::client {
 

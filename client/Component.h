@@ -7,8 +7,8 @@
 
 #include "Site.h"
 #include "component/face/DispSvrInterface.h"
-#include "platform/automation/ComPtr.h"
 #include "platform/program/Program.h"
+#include "platform/runtime/ComPtr.h"
 
 namespace vqloan::client {
 

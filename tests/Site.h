@@ -9,9 +9,9 @@
 #include "Component.h"
 #include "FailureOf.h"
 #include "ScratchDirectory.h"
-#include "platform/automation/Bstr.h"
-#include "platform/automation/Variant.h"
+#include "platform/runtime/Bstr.h"
 #include "platform/runtime/Text.h"
+#include "platform/runtime/Variant.h"
 
 namespace vqloan::test {
 

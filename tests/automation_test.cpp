@@ -18,11 +18,11 @@
 
 #include "ScratchDirectory.h"
 #include "component/face/DispSvrInterface.h"
-#include "platform/automation/Bstr.h"
-#include "platform/automation/ComPtr.h"
-#include "platform/automation/Variant.h"
+#include "platform/runtime/Bstr.h"
+#include "platform/runtime/ComPtr.h"
 #include "platform/runtime/RuntimeError.h"
 #include "platform/runtime/Text.h"
+#include "platform/runtime/Variant.h"
 
 // The system's newlocale never frees its copy of LOCPATH, which users do not set.
 extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions()

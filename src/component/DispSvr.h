@@ -11,8 +11,8 @@
 
 #include "external/Ado.h"
 #include "external/IniFile.h"
-#include "platform/automation/Variant.h"
 #include "platform/runtime/Int16.h"
+#include "platform/runtime/Variant.h"
 #include "site/HostFile.h"
 #include "site/Kind.h"
 #include "site/Texts.h"

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/automation/Variant.h"
+#include "platform/runtime/Variant.h"
 
 namespace vqloan {
 

@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "external/Ado.h"
-#include "platform/automation/Variant.h"
+#include "platform/runtime/Variant.h"
 
 namespace vqloan {
 

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "external/IniFile.h"
-#include "platform/automation/Variant.h"
+#include "platform/runtime/Variant.h"
 
 namespace vqloan {
 

@@ -12,8 +12,8 @@
 #include "component/DispSvr.h"
 #include "component/RecordError.h"
 #include "platform/runtime/ApplicationInfo.h"
-#include "platform/standins/DbTools.h"
-#include "platform/standins/SysTools.h"
+#include "platform/components/DbTools.h"
+#include "platform/components/SysTools.h"
 
 namespace vqloan {
 namespace test {

@@ -10,8 +10,8 @@
 
 #include "FailureOf.h"
 #include "ScratchDirectory.h"
-#include "platform/standins/IniFile.h"
-#include "platform/standins/SysTools.h"
+#include "platform/components/IniFile.h"
+#include "platform/components/SysTools.h"
 
 namespace vqloan::test {
 namespace {

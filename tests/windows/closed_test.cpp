@@ -6,7 +6,7 @@
 
 #include "Scripted.h"
 #include "Site.h"
-#include "platform/windows/LateBound.h"
+#include "platform/runtime/windows/LateBound.h"
 
 namespace vqloan::test {
 namespace {

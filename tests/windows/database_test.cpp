@@ -7,7 +7,7 @@
 #include "Site.h"
 #include "external/Ado.h"
 #include "platform/runtime/RuntimeError.h"
-#include "platform/windows/LateBound.h"
+#include "platform/runtime/windows/LateBound.h"
 
 namespace vqloan::test {
 namespace {

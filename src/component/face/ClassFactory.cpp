@@ -4,7 +4,7 @@
 #include <type_traits>
 
 #include "component/face/DispSvrFace.h"
-#include "platform/automation/ComPtr.h"
+#include "platform/runtime/ComPtr.h"
 
 namespace vqloan {
 

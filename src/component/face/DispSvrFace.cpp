@@ -7,10 +7,10 @@
 
 #include "component/face/Dispatch.h"
 #include "component/face/ErrorInfo.h"
-#include "platform/automation/Bstr.h"
-#include "platform/automation/ComPtr.h"
-#include "platform/automation/TypeInfo.h"
-#include "platform/automation/Variant.h"
+#include "platform/runtime/Bstr.h"
+#include "platform/runtime/ComPtr.h"
+#include "platform/runtime/TypeInfo.h"
+#include "platform/runtime/Variant.h"
 
 namespace vqloan {
 namespace {

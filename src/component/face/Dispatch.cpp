@@ -8,9 +8,9 @@
 
 #include "component/face/ErrorInfo.h"
 #include "component/face/Members.h"
-#include "platform/automation/Bstr.h"
-#include "platform/automation/Variant.h"
+#include "platform/runtime/Bstr.h"
 #include "platform/runtime/Text.h"
+#include "platform/runtime/Variant.h"
 
 namespace vqloan {
 namespace {

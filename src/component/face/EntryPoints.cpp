@@ -4,8 +4,8 @@
 
 #include "component/face/ClassFactory.h"
 #include "component/face/DispSvrInterface.h"
-#include "platform/automation/ComPtr.h"
-#include "platform/automation/Registration.h"
+#include "platform/runtime/ComPtr.h"
+#include "platform/runtime/Registration.h"
 
 using namespace vqloan;
 

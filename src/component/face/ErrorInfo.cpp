@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "platform/automation/Bstr.h"
-#include "platform/automation/ComPtr.h"
+#include "platform/runtime/Bstr.h"
+#include "platform/runtime/ComPtr.h"
 
 namespace vqloan {
 namespace {

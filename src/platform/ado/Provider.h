@@ -7,7 +7,7 @@
 
 #include "platform/ado/ColumnNames.h"
 #include "platform/ado/ConnectionString.h"
-#include "platform/automation/Variant.h"
+#include "platform/runtime/Variant.h"
 
 namespace vqloan {
 

@@ -5,7 +5,7 @@
 
 #include "platform/automation/Automation.h"
 
-namespace vqloan {
+namespace automation {
 
 // The bytes of one value of a type (without VT_BYREF); 0 for a type that is not used by reference here.
 inline constexpr std::size_t bytesOf(VARTYPE type) noexcept
@@ -39,4 +39,4 @@ inline constexpr std::size_t bytesOf(VARTYPE type) noexcept
     }
 }
 
-} // namespace vqloan
+} // namespace automation

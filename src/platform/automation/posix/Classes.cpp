@@ -11,9 +11,9 @@
 #include <dlfcn.h>
 #include <unistd.h>
 
-#include "platform/automation/ComPtr.h"
 #include "platform/automation/posix/ClassRegistry.h"
 #include "platform/automation/posix/Guard.h"
+#include "platform/automation/posix/Reference.h"
 
 using namespace automation;
 
@@ -177,10 +177,12 @@ HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID 
     if (!object)
         return E_POINTER;
     *object = nullptr;
-    vqloan::ComPtr<IClassFactory> factory;
-    const HRESULT result =
-        CoGetClassObject(clsid, context, nullptr, IID_IClassFactory, factory.addressVoid());
-    return FAILED(result) ? result : factory->CreateInstance(outer, iid, object);
+    void* made = nullptr;
+    if (const HRESULT result = CoGetClassObject(clsid, context, nullptr, IID_IClassFactory, &made);
+        FAILED(result))
+        return result;
+    const Reference<IClassFactory> factory(static_cast<IClassFactory*>(made));
+    return factory->CreateInstance(outer, iid, object);
 }
 
 void CoFreeUnusedLibraries()

@@ -2,13 +2,10 @@
 #include <atomic>
 #include <new>
 
-#include "platform/automation/Bstr.h"
-#include "platform/automation/ComPtr.h"
+#include "platform/automation/Automation.h"
+#include "platform/automation/posix/Reference.h"
 
 namespace {
-
-using vqloan::Bstr;
-using vqloan::ComPtr;
 
 // Filled by one thread, then read; only the reference count may be used by several at once.
 class ErrorInfo final : public ICreateErrorInfo, public IErrorInfo
@@ -59,18 +56,22 @@ public:
     HRESULT STDMETHODCALLTYPE GetHelpContext(DWORD* context) override { return give(helpContext_, context); }
 
 private:
-    ~ErrorInfo() = default;
-
-    static HRESULT set(Bstr& field, LPOLESTR text)
+    ~ErrorInfo()
     {
-        return SysReAllocString(field.address(), text) ? S_OK : E_OUTOFMEMORY;
+        for (BSTR text : {source_, description_, helpFile_})
+            SysFreeString(text);
     }
-    static HRESULT give(const Bstr& field, BSTR* text)
+
+    static HRESULT set(BSTR& field, LPOLESTR text)
+    {
+        return SysReAllocString(&field, text) ? S_OK : E_OUTOFMEMORY;
+    }
+    static HRESULT give(BSTR field, BSTR* text)
     {
         if (!text)
             return E_POINTER;
-        *text = SysAllocString(field.get());
-        return *text || !field.get() ? S_OK : E_OUTOFMEMORY;
+        *text = SysAllocString(field);
+        return *text || !field ? S_OK : E_OUTOFMEMORY;
     }
     template <class Value> static HRESULT give(const Value& field, Value* value)
     {
@@ -82,11 +83,11 @@ private:
 
     std::atomic<ULONG> references_ = 1;
     GUID guid_{};
-    Bstr source_, description_, helpFile_;
+    BSTR source_ = nullptr, description_ = nullptr, helpFile_ = nullptr;
     DWORD helpContext_ = 0;
 };
 
-thread_local ComPtr<IErrorInfo> threadErrorInfo;
+thread_local automation::Reference<IErrorInfo> threadErrorInfo;
 
 } // namespace
 
@@ -102,7 +103,9 @@ HRESULT SetErrorInfo(ULONG reserved, IErrorInfo* info)
 {
     if (reserved != 0)
         return E_INVALIDARG;
-    threadErrorInfo = ComPtr<IErrorInfo>(info);
+    if (info)
+        info->AddRef();
+    threadErrorInfo.reset(info);
     return S_OK;
 }
 

@@ -12,8 +12,8 @@ namespace {
 bool isSupported(VARTYPE type) noexcept
 {
     if (type & VT_BYREF)
-        return type == (VT_BYREF | VT_VARIANT) || vqloan::bytesOf(type & ~VT_BYREF) > 0;
-    return type == VT_EMPTY || type == VT_NULL || type == VT_DECIMAL || vqloan::bytesOf(type) > 0;
+        return type == (VT_BYREF | VT_VARIANT) || bytesOf(type & ~VT_BYREF) > 0;
+    return type == VT_EMPTY || type == VT_NULL || type == VT_DECIMAL || bytesOf(type) > 0;
 }
 
 bool holdsObject(const VARIANT& value) noexcept
@@ -66,7 +66,7 @@ HRESULT dereference(const VARIANT& source, VARIANT& value) noexcept
     const auto type = static_cast<VARTYPE>(source.vt & ~VT_BYREF);
     const void* target = source.byref; // read first: `value` may be `source`
     VariantInit(&value);
-    std::memcpy(&value.llVal, target, vqloan::bytesOf(type));
+    std::memcpy(&value.llVal, target, bytesOf(type));
     value.vt = type;
     return S_OK;
 }

@@ -356,7 +356,7 @@ HRESULT VariantChangeTypeEx(VARIANTARG* destination, const VARIANTARG* source, L
 {
     if (!destination || !source)
         return E_INVALIDARG;
-    if (type != VT_EMPTY && type != VT_NULL && type != VT_DECIMAL && vqloan::bytesOf(type) == 0)
+    if (type != VT_EMPTY && type != VT_NULL && type != VT_DECIMAL && bytesOf(type) == 0)
         return DISP_E_BADVARTYPE;
     VARIANT value;
     if (const HRESULT result = dereference(*source, value); FAILED(result))

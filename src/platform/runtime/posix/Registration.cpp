@@ -1,9 +1,9 @@
-#include "platform/automation/Registration.h"
+#include "platform/runtime/Registration.h"
 
 #include <string>
 
-#include "platform/automation/Bstr.h"
 #include "platform/runtime/ApplicationInfo.h"
+#include "platform/runtime/Bstr.h"
 
 namespace vqloan {
 

@@ -1,4 +1,4 @@
-#include "platform/automation/TypeInfo.h"
+#include "platform/runtime/TypeInfo.h"
 
 namespace vqloan {
 

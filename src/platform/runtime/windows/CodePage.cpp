@@ -1,6 +1,6 @@
 // The machine's ANSI code page in both directions.
 #include "platform/automation/Automation.h"
-#include "platform/automation/Bstr.h"
+#include "platform/runtime/Bstr.h"
 #include "platform/runtime/Text.h"
 
 namespace vqloan::text {

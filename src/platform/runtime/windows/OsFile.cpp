@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "platform/automation/Automation.h"
-#include "platform/automation/Bstr.h"
+#include "platform/runtime/Bstr.h"
 #include "platform/runtime/RuntimeError.h"
 
 namespace vqloan::os {

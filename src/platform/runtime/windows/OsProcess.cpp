@@ -1,7 +1,7 @@
 #include "platform/runtime/OsProcess.h"
 
 #include "platform/automation/Automation.h"
-#include "platform/automation/Bstr.h"
+#include "platform/runtime/Bstr.h"
 
 namespace vqloan::os {
 namespace {

@@ -1,7 +1,7 @@
+#include "platform/ado/windows/SystemAdo.h"
+#include "platform/components/windows/ClosedComponents.h"
 #include "platform/runtime/RuntimeError.h"
-#include "platform/windows/ClosedComponents.h"
-#include "platform/windows/LateBound.h"
-#include "platform/windows/SystemAdo.h"
+#include "platform/runtime/windows/LateBound.h"
 
 namespace vqloan::closed {
 namespace {

@@ -1,10 +1,10 @@
-#include "platform/automation/Variant.h"
+#include "platform/runtime/Variant.h"
 
 #include <cstring>
 #include <utility>
 
-#include "platform/automation/Bstr.h"
 #include "platform/automation/VariantLayout.h"
+#include "platform/runtime/Bstr.h"
 #include "platform/runtime/RuntimeError.h"
 #include "platform/runtime/Text.h"
 
@@ -60,7 +60,7 @@ void assignThrough(VARIANT& argument, const Variant& value)
         return;
     }
     const auto type = static_cast<VARTYPE>(argument.vt & ~VT_BYREF);
-    const std::size_t bytes = bytesOf(type);
+    const std::size_t bytes = automation::bytesOf(type);
     if (bytes == 0)
         throw RuntimeError(Failure::TypeMismatch);
 

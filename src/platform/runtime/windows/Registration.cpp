@@ -1,13 +1,13 @@
-#include "platform/automation/Registration.h"
+#include "platform/runtime/Registration.h"
 
 #include <new>
 #include <ranges>
 #include <string>
 #include <vector>
 
-#include "platform/automation/Bstr.h"
+#include "platform/runtime/Bstr.h"
 #include "platform/runtime/OsProcess.h"
-#include "platform/windows/EmbeddedTypeLibrary.h"
+#include "platform/runtime/windows/EmbeddedTypeLibrary.h"
 
 // In the system's library, but not in the compiler's headers.
 extern "C" HRESULT WINAPI RegisterTypeLibForUser(ITypeLib* library, OLECHAR* path, OLECHAR* helpDirectory);

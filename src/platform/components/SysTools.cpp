@@ -1,13 +1,13 @@
-#include "platform/standins/SysTools.h"
+#include "platform/components/SysTools.h"
 
 #include <utility>
 
+#include "platform/components/FinishedFile.h"
+#include "platform/components/IniFile.h"
+#include "platform/components/Placeholders.h"
 #include "platform/runtime/OsFile.h"
 #include "platform/runtime/OsProcess.h"
 #include "platform/runtime/RuntimeError.h"
-#include "platform/standins/FinishedFile.h"
-#include "platform/standins/IniFile.h"
-#include "platform/standins/Placeholders.h"
 
 namespace vqloan::standins {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/standins/FinishedFile.h"
+#include "platform/components/FinishedFile.h"
 
 #include <algorithm>
 #include <array>

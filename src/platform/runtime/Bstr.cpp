@@ -1,4 +1,4 @@
-#include "platform/automation/Bstr.h"
+#include "platform/runtime/Bstr.h"
 
 #include <limits>
 

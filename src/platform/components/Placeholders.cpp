@@ -1,4 +1,4 @@
-#include "platform/standins/Placeholders.h"
+#include "platform/components/Placeholders.h"
 
 #include <algorithm>
 #include <optional>

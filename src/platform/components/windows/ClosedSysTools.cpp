@@ -1,6 +1,6 @@
+#include "platform/components/windows/ClosedComponents.h"
 #include "platform/runtime/RuntimeError.h"
-#include "platform/windows/ClosedComponents.h"
-#include "platform/windows/LateBound.h"
+#include "platform/runtime/windows/LateBound.h"
 
 namespace vqloan::closed {
 namespace {

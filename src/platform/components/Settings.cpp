@@ -1,4 +1,4 @@
-#include "platform/standins/Settings.h"
+#include "platform/components/Settings.h"
 
 #include <optional>
 #include <unordered_set>

@@ -2,10 +2,10 @@
 #include "external/DbTools.h"
 #include "external/IniFile.h"
 #include "external/SysTools.h"
+#include "platform/components/DbTools.h"
+#include "platform/components/IniFile.h"
+#include "platform/components/SysTools.h"
 #include "platform/runtime/PerThread.h"
-#include "platform/standins/DbTools.h"
-#include "platform/standins/IniFile.h"
-#include "platform/standins/SysTools.h"
 
 namespace vqloan {
 

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "external/Ado.h"
-#include "platform/windows/LateBound.h"
+#include "platform/runtime/windows/LateBound.h"
 
 namespace vqloan {
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "platform/automation/Automation.h"
-#include "platform/automation/ComPtr.h"
+#include "platform/runtime/ComPtr.h"
 
 namespace vqloan {
 

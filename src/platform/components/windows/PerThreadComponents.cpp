@@ -2,11 +2,11 @@
 #include "external/DbTools.h"
 #include "external/IniFile.h"
 #include "external/SysTools.h"
+#include "platform/components/DbTools.h"
+#include "platform/components/IniFile.h"
+#include "platform/components/SysTools.h"
+#include "platform/components/windows/ClosedComponents.h"
 #include "platform/runtime/PerThread.h"
-#include "platform/standins/DbTools.h"
-#include "platform/standins/IniFile.h"
-#include "platform/standins/SysTools.h"
-#include "platform/windows/ClosedComponents.h"
 
 namespace vqloan {
 namespace {

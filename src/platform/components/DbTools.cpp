@@ -1,4 +1,4 @@
-#include "platform/standins/DbTools.h"
+#include "platform/components/DbTools.h"
 
 #include <utility>
 

@@ -6,8 +6,8 @@
 #include <string_view>
 
 #include "external/IniFile.h"
+#include "platform/components/Settings.h"
 #include "platform/runtime/OsFile.h"
-#include "platform/standins/Settings.h"
 
 namespace vqloan::standins {
 

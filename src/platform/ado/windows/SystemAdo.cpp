@@ -1,4 +1,4 @@
-#include "platform/windows/SystemAdo.h"
+#include "platform/ado/windows/SystemAdo.h"
 
 #include <algorithm>
 
@@ -113,15 +113,5 @@ Field& SystemRecordset::item(const Variant& index)
 // What a database shows of its changes is its own provider's matter here.
 OneState::OneState() noexcept : outer_(nullptr) {}
 OneState::~OneState() = default;
-
-std::shared_ptr<Connection> createConnection()
-{
-    return std::make_shared<SystemConnection>(LateBound::create(L"ADODB.Connection"));
-}
-
-std::unique_ptr<Recordset> createRecordset()
-{
-    return std::make_unique<SystemRecordset>(LateBound::create(L"ADODB.Recordset"));
-}
 
 } // namespace vqloan

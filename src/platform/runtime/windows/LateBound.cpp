@@ -1,4 +1,4 @@
-#include "platform/windows/LateBound.h"
+#include "platform/runtime/windows/LateBound.h"
 
 #include <algorithm>
 #include <array>

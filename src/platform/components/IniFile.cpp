@@ -1,4 +1,4 @@
-#include "platform/standins/IniFile.h"
+#include "platform/components/IniFile.h"
 
 #include <array>
 #include <chrono>

@@ -1,4 +1,4 @@
-// Where the component gets its ADO objects from on this system.
+// The component's ADO objects on this system: over the providers of this folder.
 #include "platform/ado/AdoConnection.h"
 #include "platform/ado/AdoRecordset.h"
 

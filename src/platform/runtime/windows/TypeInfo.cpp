@@ -1,10 +1,10 @@
-#include "platform/automation/TypeInfo.h"
+#include "platform/runtime/TypeInfo.h"
 
 #include <new>
 
-#include "platform/automation/Bstr.h"
+#include "platform/runtime/Bstr.h"
 #include "platform/runtime/OsProcess.h"
-#include "platform/windows/EmbeddedTypeLibrary.h"
+#include "platform/runtime/windows/EmbeddedTypeLibrary.h"
 
 namespace vqloan {
 

@@ -7,9 +7,9 @@
 #include <utility>
 
 #include "platform/automation/Automation.h"
-#include "platform/automation/Bstr.h"
-#include "platform/automation/ComPtr.h"
-#include "platform/automation/Variant.h"
+#include "platform/runtime/Bstr.h"
+#include "platform/runtime/ComPtr.h"
+#include "platform/runtime/Variant.h"
 
 namespace vqloan {
 
