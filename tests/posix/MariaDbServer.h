@@ -46,6 +46,7 @@ public:
                                    socket_.string() + " " + database,
                                statements);
     }
+    void endSessions() const { execute(std::string("KILL USER ") + reader); }
     // Takes a table from all others for that time.
     static std::string lock(const std::string& table, int seconds)
     {

@@ -93,11 +93,11 @@ void OdbcSession::close() noexcept
 // form's failure counts.
 CursorOwner OdbcSession::run(std::u16string_view text, std::int32_t timeLimit)
 {
+    if (!product_.takesWideText && !isAscii(text))
+        throw refused(u"The ODBC driver takes no text beyond ASCII; its Unicode variant does.");
     std::u16string clean;
     if (!isClean(text))
         text = clean = cleaned(text);
-    if (!product_.takesWideText && !isAscii(text))
-        throw refused(u"The ODBC driver takes no text beyond ASCII; its Unicode variant does.");
     std::optional<odbc::DriverFailure> refusal;
     for (const auto form :
          {&OdbcSession::runKept, &OdbcSession::runWithParameters, &OdbcSession::runAsText}) {
