@@ -98,8 +98,9 @@ public:
     // when it failed; records. Replaces Bib by its configured part. Reads Conn, InvStart, InvLen, BibStart,
     // BibLen, TabMessa, TabStati.
     std::u16string Make_LstDispo(std::u16string_view Inv, std::u16string& Bib) noexcept;
-    // Binds Ini to SvrDisp.ini unless it is there already. True when that FAILED; records.
-    [[nodiscard]] bool InitIni() noexcept;
+    // Binds Ini to SvrDisp.ini unless it is there already. True when that FAILED; records. Throws when memory
+    // has run out, and leaves Ini unset then.
+    [[nodiscard]] bool InitIni();
     // One exchange with the legacy host; no answer in time is an answer, too. True when it FAILED; records.
     // Writes TabBib. Writes Answer last, before it is cut to its width: where only the cut fails, the whole
     // answer stands in it.

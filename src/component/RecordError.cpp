@@ -1,6 +1,7 @@
 #include "component/RecordError.h"
 
 #include <exception>
+#include <new>
 #include <utility>
 
 #include "platform/runtime/ApplicationInfo.h"
@@ -90,7 +91,21 @@ void RecordError(SysTools::FailureDetails given, std::int32_t Flags, const Varia
             std::int32_t code = failure.lastDllError;
             failure.description += u"\r\n" + sysTools().SysMessage(code);
         });
-    ignoringFailure([&] { store(failure, Flags, argument8, argument9); });
+    const auto storeNumber = [&] { // which needs no memory: an earlier failure must not be taken for this one
+        ignoringFailure([&] {
+            SysTools::FailureDetails number{.Number = failure.number};
+            sysTools().StoreError(number, Flags, argument8, argument9);
+        });
+    };
+    try {
+        store(failure, Flags, argument8, argument9);
+    } catch (const std::bad_alloc&) {
+        storeNumber();
+    } catch (const RuntimeError& error) {
+        if (error.number == static_cast<std::int32_t>(Failure::OutOfMemory))
+            storeNumber();
+    } catch (...) { // recording a failure must not fail
+    }
 }
 
 std::u16string longSource(std::u16string_view procedure)

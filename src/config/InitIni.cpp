@@ -1,10 +1,12 @@
+#include <new>
+
 #include "component/DispSvr.h"
 #include "component/RecordError.h"
 #include "config/SettingsFiles.h"
 
 namespace vqloan {
 
-bool DispSvr::InitIni() noexcept
+bool DispSvr::InitIni()
 {
     try {
         if (!Ini) {
@@ -14,6 +16,10 @@ bool DispSvr::InitIni() noexcept
             Ini->SetFile(settings::pathOf(site::settingsFile));
         }
         return false;
+    } catch (const std::bad_alloc&) {
+        Ini.reset();
+        recordFailure(longSource, u".InitIni, ");
+        throw; // settings read from an unbound object would all be defaults
     } catch (...) {
         recordFailure(longSource, u".InitIni, ");
         return true;

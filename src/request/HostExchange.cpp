@@ -1,10 +1,10 @@
 #include "request/HostExchange.h"
 
 #include <utility>
-#include <vector>
 
 #include "platform/runtime/Clock.h"
 #include "platform/runtime/PendingEvents.h"
+#include "platform/runtime/PerThread.h"
 #include "platform/runtime/RuntimeError.h"
 #include "platform/runtime/TextFiles.h"
 
@@ -14,28 +14,26 @@ namespace {
 
 constexpr std::int32_t fileNo = 1;
 
-// The exchanges that this thread waits for, the outermost first.
-thread_local std::vector<HostExchange*> waiting;
-
 } // namespace
 
 HostExchange::HostExchange(std::u16string requestFile, std::u16string answerFile, double limit)
-    : requestFile_(std::move(requestFile)), answerFile_(std::move(answerFile)), limit_(limit)
+    : waiting_(perThread<Waiting>()), requestFile_(std::move(requestFile)),
+      answerFile_(std::move(answerFile)), limit_(limit)
 {}
 
 HostExchange::~HostExchange()
 {
-    std::erase(waiting, this);
+    std::erase(waiting_, this);
 }
 
 std::optional<std::u16string> HostExchange::ask(std::u16string_view line)
 {
-    for (HostExchange* earlier : waiting)
+    for (HostExchange* earlier : waiting_)
         if (earlier->requestFile_ == requestFile_)
             earlier->seeThrough();
     send(line);
     start_ = clock::seconds();
-    waiting.push_back(this);
+    waiting_.push_back(this);
     while (!over())
         if (look() == Look::notThere)
             runPendingEvents();
@@ -48,7 +46,7 @@ void HostExchange::send(std::u16string_view line)
         files::remove(answerFile_); // an answer to an earlier request must not be taken for this one's
     } catch (const RuntimeError&) { // normally there is none
     }
-    files::openForWriting(fileNo, requestFile_, files::Place::shared);
+    files::openForWriting(fileNo, requestFile_);
     files::writeLine(fileNo, line);
     files::close(fileNo);
 }

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace vqloan {
 
@@ -25,6 +26,7 @@ public:
     std::optional<std::u16string> ask(std::u16string_view line);
 
 private:
+    using Waiting = std::vector<HostExchange*>;
     enum class Look
     {
         answered,
@@ -37,6 +39,7 @@ private:
     bool over() const;
     void seeThrough();
 
+    Waiting& waiting_; // the exchanges that this thread waits for, the outermost first
     std::u16string requestFile_, answerFile_;
     double limit_;
     double start_ = 0;

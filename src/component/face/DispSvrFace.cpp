@@ -50,11 +50,13 @@ VARIANT_BOOL toAutomation(bool value) noexcept
 
 // The caller's variable as a value. One that cannot be copied (an array, an unknown type) cannot be converted
 // to a text either; the operation is to find that out itself, and record it.
-Variant valueOf(const VARIANT& argument) noexcept
+Variant valueOf(const VARIANT& argument)
 {
     try {
         return Variant::copyOf(argument);
-    } catch (...) {
+    } catch (const RuntimeError& error) {
+        if (error.number == static_cast<std::int32_t>(Failure::OutOfMemory))
+            throw;
         return Variant::missing();
     }
 }

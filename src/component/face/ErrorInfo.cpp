@@ -18,23 +18,22 @@ HRESULT resultOf(std::int32_t number) noexcept
 }
 
 // The setters copy the text, but take it as one that they could write to.
-LPOLESTR writable(const std::u16string& text) noexcept
+LPOLESTR writable(const char16_t* text) noexcept
 {
-    return const_cast<LPOLESTR>(toOle(text.c_str()));
+    return const_cast<LPOLESTR>(toOle(text));
 }
 
 } // namespace
 
 HRESULT reportFailure(const RuntimeError& failure, REFIID iid) noexcept
 {
-    static const std::u16string component = u"VQLoan";
     ComPtr<ICreateErrorInfo> details;
     ComPtr<IErrorInfo> info;
     if (SUCCEEDED(CreateErrorInfo(details.address()))) {
         details->SetGUID(iid);
-        details->SetSource(writable(failure.source.empty() ? component : failure.source));
-        details->SetDescription(writable(failure.description));
-        details->SetHelpFile(writable(failure.helpFile));
+        details->SetSource(writable(failure.source.empty() ? u"VQLoan" : failure.source.c_str()));
+        details->SetDescription(writable(failure.description.c_str()));
+        details->SetHelpFile(writable(failure.helpFile.c_str()));
         details->SetHelpContext(static_cast<DWORD>(failure.helpContext));
         if (SUCCEEDED(details->QueryInterface(IID_IErrorInfo, info.addressVoid())))
             SetErrorInfo(0, info.get());

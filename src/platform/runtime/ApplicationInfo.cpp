@@ -1,6 +1,7 @@
 #include "platform/runtime/ApplicationInfo.h"
 
 #include <mutex>
+#include <utility>
 
 #include "platform/runtime/OsFile.h"
 #include "platform/runtime/OsProcess.h"
@@ -10,7 +11,7 @@ namespace vqloan {
 namespace {
 
 std::mutex pretendedGuard;
-std::u16string pretended; // empty: none
+std::u16string* pretended = nullptr; // stays for objects that are released after this module's static ones
 
 } // namespace
 
@@ -18,7 +19,7 @@ ApplicationInfo::ApplicationInfo()
 {
     {
         const std::lock_guard lock(pretendedGuard);
-        file_ = pretended.empty() ? os::loadedFile() : pretended;
+        file_ = pretended ? *pretended : os::loadedFile();
     }
     const auto nameAt = file_.find_last_of(os::separators()) + 1; // 0 where there is none
     path_ = file_.substr(0, nameAt > 1 ? nameAt - 1 : nameAt);    // the root's own separator stays
@@ -35,7 +36,7 @@ void ApplicationInfo::pretendFile(const std::u16string& file)
 {
     {
         const std::lock_guard lock(pretendedGuard);
-        pretended = file;
+        delete std::exchange(pretended, file.empty() ? nullptr : new std::u16string(file));
     }
     perThread<ApplicationInfo>() = ApplicationInfo();
 }

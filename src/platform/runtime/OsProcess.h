@@ -13,7 +13,7 @@ std::optional<std::u16string> environmentVariable(const std::u16string& name);
 
 // The loaded file (program or shared library) that holds this code, absolute even when it was loaded by a
 // relative path and the working directory has changed since.
-const std::u16string& loadedFile();
+std::u16string loadedFile();
 
 // Today's date in the process's local time zone as it is set now.
 std::chrono::year_month_day localDate();

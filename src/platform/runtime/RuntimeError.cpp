@@ -43,6 +43,13 @@ RuntimeError none()
     return RuntimeError(0, {});
 }
 
+RuntimeError withoutTexts(Failure failure)
+{
+    RuntimeError error = none();
+    error.number = static_cast<std::int32_t>(failure);
+    return error;
+}
+
 struct Pending
 {
     RuntimeError failure = none();
@@ -85,19 +92,21 @@ RuntimeError::RuntimeError(std::int32_t numberOfFailure, std::u16string text, st
 
 void pending::set(std::exception_ptr failure) noexcept
 {
-    RuntimeError& kept = perThread<Pending>().failure;
     try {
+        RuntimeError& kept = perThread<Pending>().failure;
+        kept = withoutTexts(Failure::OutOfMemory);
         kept = translated(failure);
-    } catch (...) {
-        // No memory left for the texts: the number has to do.
-        kept = none();
-        kept.number = static_cast<std::int32_t>(Failure::OutOfMemory);
+    } catch (...) { // no memory left for the texts: the number has to do
     }
 }
 
 RuntimeError pending::take() noexcept
 {
-    return std::exchange(perThread<Pending>().failure, none());
+    try {
+        return std::exchange(perThread<Pending>().failure, none());
+    } catch (...) { // nor was there memory for it to be set
+        return withoutTexts(Failure::OutOfMemory);
+    }
 }
 
 } // namespace vqloan

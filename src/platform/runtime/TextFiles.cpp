@@ -165,14 +165,14 @@ void openForReading(std::int32_t number, std::u16string_view path, Place place)
     open(number, path, os::File::Mode::Read, place);
 }
 
-bool tryOpenForReading(std::int32_t number, std::u16string_view path) noexcept
+bool tryOpenForReading(std::int32_t number, std::u16string_view path)
 {
     try {
         requireFree(number);
         std::optional<os::File> file = os::File::tryOpen(path);
         return file &&
                openFiles().try_emplace(number, std::move(*file), os::File::Mode::Read, Place::shared).second;
-    } catch (...) {
+    } catch (const RuntimeError&) {
         return false;
     }
 }
@@ -207,7 +207,11 @@ void close(std::int32_t number)
 void closeAll() noexcept
 {
     OpenFiles files;
-    files.swap(openFiles());
+    try {
+        files.swap(openFiles());
+    } catch (...) { // this thread has opened none yet, and has no memory for their list
+        return;
+    }
     for (auto& [number, file] : files) {
         try {
             file.close();

@@ -25,7 +25,7 @@ std::int32_t freeNumber();
 void openForReading(std::int32_t number, std::u16string_view path, Place place = Place::own);
 // In a shared directory, and false where that fails: for what is looked for again and again, where a failure
 // each time would cost more than the look.
-bool tryOpenForReading(std::int32_t number, std::u16string_view path) noexcept;
+bool tryOpenForReading(std::int32_t number, std::u16string_view path);
 // Creates the file, or empties one that exists.
 void openForWriting(std::int32_t number, std::u16string_view path, Place place = Place::own);
 

@@ -114,7 +114,9 @@ void SqliteStatement::describe()
     holdsDates_.clear();
     for (int i = 0; i < count; ++i) {
         const char* name = sqlite3_column_name(handle_.get(), i);
-        names.push_back(text::fromUtf8(name ? name : ""));
+        if (!name)
+            throw RuntimeError(Failure::OutOfMemory);
+        names.push_back(text::fromUtf8(name));
         holdsDates_.push_back(isDateType(sqlite3_column_decltype(handle_.get(), i)));
     }
     columns_.assign(names);

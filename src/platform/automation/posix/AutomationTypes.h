@@ -353,7 +353,7 @@ AUTOMATION_API HRESULT VariantChangeType(VARIANTARG* destination, const VARIANTA
 AUTOMATION_API HRESULT VariantChangeTypeEx(VARIANTARG* destination, const VARIANTARG* source, LCID locale,
                                            USHORT flags, VARTYPE type);
 
-// The thread's error information object.
+// The thread's error information object. E_OUTOFMEMORY where one cannot be kept.
 AUTOMATION_API HRESULT GetErrorInfo(ULONG reserved, IErrorInfo** info);
 AUTOMATION_API HRESULT SetErrorInfo(ULONG reserved, IErrorInfo* info);
 AUTOMATION_API HRESULT CreateErrorInfo(ICreateErrorInfo** info);
@@ -378,7 +378,8 @@ AUTOMATION_API HRESULT AutomationUnregisterClass(REFCLSID clsid, LPCOLESTR progI
 
 // Not on Windows, where a thread's pending events are its message queue. A client whose thread has an event
 // loop names here what runs one pass of it; the component calls it while it waits. Null for no event loop.
-AUTOMATION_API void AutomationSetPendingEvents(void (*runOnePass)(void* context), void* context);
+// E_OUTOFMEMORY.
+AUTOMATION_API HRESULT AutomationSetPendingEvents(void (*runOnePass)(void* context), void* context);
 // Runs that pass; FALSE when the thread has no event loop.
 AUTOMATION_API BOOL AutomationRunPendingEvents();
 }

@@ -14,6 +14,7 @@
 #include "platform/automation/posix/ClassRegistry.h"
 #include "platform/automation/posix/Guard.h"
 #include "platform/automation/posix/Reference.h"
+#include "platform/automation/posix/ThreadState.h"
 
 using namespace automation;
 
@@ -128,10 +129,6 @@ bool toAscii(LPCOLESTR text, std::string& ascii)
     return true;
 }
 
-// How often the thread has called CoInitialize. There are no apartments to keep apart, so nothing depends on
-// it but the answer.
-thread_local ULONG initializations = 0;
-
 } // namespace
 
 HRESULT CoInitialize(void* reserved)
@@ -143,13 +140,17 @@ HRESULT CoInitializeEx(void* reserved, DWORD)
 {
     if (reserved)
         return E_INVALIDARG;
-    return initializations++ == 0 ? S_OK : S_FALSE;
+    // There are no apartments to keep apart, so nothing depends on the count but this answer.
+    ThreadState* const state = ThreadState::findOrMake();
+    if (!state)
+        return E_OUTOFMEMORY;
+    return state->initializations++ == 0 ? S_OK : S_FALSE;
 }
 
 void CoUninitialize()
 {
-    if (initializations > 0)
-        --initializations;
+    if (ThreadState* const state = ThreadState::find(); state && state->initializations > 0)
+        --state->initializations;
 }
 
 HRESULT CoGetClassObject(REFCLSID clsid, DWORD context, void* reserved, REFIID iid, void** object)

@@ -3,9 +3,11 @@
 #include <new>
 
 #include "platform/automation/Automation.h"
-#include "platform/automation/posix/Reference.h"
+#include "platform/automation/posix/ThreadState.h"
 
 namespace {
+
+using automation::ThreadState;
 
 // Filled by one thread, then read; only the reference count may be used by several at once.
 class ErrorInfo final : public ICreateErrorInfo, public IErrorInfo
@@ -87,15 +89,14 @@ private:
     DWORD helpContext_ = 0;
 };
 
-thread_local automation::Reference<IErrorInfo> threadErrorInfo;
-
 } // namespace
 
 HRESULT GetErrorInfo(ULONG reserved, IErrorInfo** info)
 {
     if (!info || reserved != 0)
         return E_INVALIDARG;
-    *info = threadErrorInfo.release();
+    ThreadState* const state = ThreadState::find();
+    *info = state ? state->errorInfo.release() : nullptr;
     return *info ? S_OK : S_FALSE;
 }
 
@@ -103,10 +104,13 @@ HRESULT SetErrorInfo(ULONG reserved, IErrorInfo* info)
 {
     if (reserved != 0)
         return E_INVALIDARG;
-    if (info)
-        info->AddRef();
-    threadErrorInfo.reset(info);
-    return S_OK;
+    ThreadState* const state = info ? ThreadState::findOrMake() : ThreadState::find();
+    if (state) {
+        if (info)
+            info->AddRef();
+        state->errorInfo.reset(info);
+    }
+    return state || !info ? S_OK : E_OUTOFMEMORY;
 }
 
 HRESULT CreateErrorInfo(ICreateErrorInfo** info)

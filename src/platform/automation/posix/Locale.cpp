@@ -1,12 +1,17 @@
 #include "platform/automation/posix/Locale.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <cuchar>
+#include <new>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include <langinfo.h>
 #include <locale.h>
+
+#include "platform/automation/posix/ThreadState.h"
 
 namespace automation {
 
@@ -24,9 +29,12 @@ const char* setting(const char* category) noexcept
 class SystemLocale
 {
 public:
-    SystemLocale(int category, const std::string& name) noexcept
+    SystemLocale(int category, const std::string& name)
         : handle_(isPlain(name) ? locale_t{} : newlocale(category | LC_CTYPE_MASK, name.c_str(), locale_t{}))
-    {}
+    {
+        if (!handle_ && !isPlain(name) && errno == ENOMEM)
+            throw std::bad_alloc();
+    }
     ~SystemLocale()
     {
         if (handle_)
@@ -104,19 +112,17 @@ const Locale& localeOf(LCID locale)
     if (locale == LOCALE_INVARIANT)
         return invariant;
 
-    thread_local struct
-    {
-        std::string numbers, dates;
-        Locale conventions;
-    } user;
+    ThreadState* const state = ThreadState::findOrMake();
+    if (!state)
+        throw std::bad_alloc();
+    UserLocale& user = state->locale;
     const char* numbers = setting("LC_NUMERIC");
     const char* dates = setting("LC_TIME");
     if (user.numbers != numbers || user.dates != dates) {
-        user.numbers = numbers;
-        user.dates = dates;
-        user.conventions = {};
-        setNumbers(user.conventions, user.numbers);
-        setDates(user.conventions, user.dates);
+        UserLocale now{numbers, dates, {}};
+        setNumbers(now.conventions, now.numbers);
+        setDates(now.conventions, now.dates);
+        user = std::move(now);
     }
     return user.conventions;
 }

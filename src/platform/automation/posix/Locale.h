@@ -1,6 +1,8 @@
 // How the user writes numbers and dates.
 #pragma once
 
+#include <string>
+
 #include "platform/automation/Automation.h"
 
 namespace automation {
@@ -21,9 +23,16 @@ struct Locale
     char16_t dateSeparator = u'/';
 };
 
+// A thread's conventions, and the settings that they were taken from.
+struct UserLocale
+{
+    std::string numbers, dates;
+    Locale conventions;
+};
+
 // The user's conventions, from LC_ALL, LC_NUMERIC, LC_TIME and LANG as the environment has them now, whatever
 // the host program has told setlocale. Cheap as long as they stay the same. A locale that is not installed
-// counts as none.
+// counts as none. Throws std::bad_alloc.
 const Locale& localeOf(LCID locale);
 
 } // namespace automation

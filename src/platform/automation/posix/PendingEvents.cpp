@@ -1,29 +1,23 @@
 // What stands here for a thread's message queue.
-#include "platform/automation/Automation.h"
+#include "platform/automation/posix/ThreadState.h"
 
-namespace {
+using automation::ThreadState;
 
-struct EventLoop
+HRESULT AutomationSetPendingEvents(void (*runOnePass)(void* context), void* context)
 {
-    void (*runOnePass)(void* context) = nullptr;
-    void* context = nullptr;
-};
-
-thread_local EventLoop eventLoop;
-
-} // namespace
-
-void AutomationSetPendingEvents(void (*runOnePass)(void* context), void* context)
-{
-    eventLoop = {runOnePass, context};
+    ThreadState* const state = runOnePass ? ThreadState::findOrMake() : ThreadState::find();
+    if (state) {
+        state->runPendingEvents = runOnePass;
+        state->pendingEvents = context;
+    }
+    return state || !runOnePass ? S_OK : E_OUTOFMEMORY;
 }
 
 BOOL AutomationRunPendingEvents()
 {
-    // A copy: the pass may set another loop.
-    const EventLoop loop = eventLoop;
-    if (!loop.runOnePass)
+    const ThreadState* const state = ThreadState::find();
+    if (!state || !state->runPendingEvents)
         return FALSE;
-    loop.runOnePass(loop.context);
+    state->runPendingEvents(state->pendingEvents); // which may set another one
     return TRUE;
 }

@@ -7,26 +7,34 @@
 #include <string_view>
 
 #include <dlfcn.h>
+#include <limits.h>
+#include <unistd.h>
 
 #include "platform/runtime/Text.h"
 
 namespace vqloan::os {
 namespace {
 
-std::u16string locateLoadedFile()
+// What the loader knows of this file, looked at while it is being loaded: the loader keeps the path it was
+// given, and a relative one means something else once the client has changed its working directory. It takes
+// no memory, as a failure at that time would end the client's program; and it is there for whatever runs
+// after this module's static objects have gone.
+struct LoadedFile
 {
-    Dl_info info;
-    if (::dladdr(reinterpret_cast<const void*>(&locateLoadedFile), &info) == 0 || !info.dli_fname)
-        return {};
-    // Not resolved further: a link to the component in another directory is a site of that directory.
-    std::error_code error;
-    const auto absolute = std::filesystem::absolute(info.dli_fname, error);
-    return text::fromUtf8(error ? info.dli_fname : absolute.lexically_normal().native());
-}
+    LoadedFile() noexcept
+    {
+        Dl_info info;
+        if (::dladdr(this, &info) != 0 && info.dli_fname)
+            name = info.dli_fname;
+        if (*name == '/' || !::getcwd(directory, sizeof directory))
+            directory[0] = '\0';
+    }
 
-// Found out while the file is being loaded: the loader keeps the path it was given, and a relative one means
-// something else once the client has changed its working directory.
-const std::u16string loadedAtStart = locateLoadedFile();
+    const char* name = ""; // the loader's own copy
+    char directory[PATH_MAX];
+};
+
+const LoadedFile loaded;
 
 // strerror_r comes in two kinds: one gives the text, the other says whether it is in the buffer.
 [[maybe_unused]] const char* textOf(const char* result, const char*)
@@ -51,9 +59,11 @@ std::optional<std::u16string> environmentVariable(const std::u16string& name)
     return text::isUtf8(value) ? text::fromUtf8(value) : text::fromCodePage(value);
 }
 
-const std::u16string& loadedFile()
+std::u16string loadedFile()
 {
-    return loadedAtStart;
+    // Not resolved further: a link to the component in another directory is a site of that directory.
+    const auto absolute = std::filesystem::path(loaded.directory) / loaded.name;
+    return text::fromUtf8(absolute.lexically_normal().native());
 }
 
 std::chrono::year_month_day localDate()

@@ -21,15 +21,6 @@ template <class Fill> std::u16string grown(Fill fill)
     }
 }
 
-std::u16string locateLoadedFile()
-{
-    HMODULE module = nullptr;
-    constexpr DWORD flags =
-        GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
-    GetModuleHandleExW(flags, reinterpret_cast<const OLECHAR*>(&locateLoadedFile), &module);
-    return grown([module](OLECHAR* buffer, DWORD size) { return GetModuleFileNameW(module, buffer, size); });
-}
-
 } // namespace
 
 std::optional<std::u16string> environmentVariable(const std::u16string& name)
@@ -46,10 +37,13 @@ std::optional<std::u16string> environmentVariable(const std::u16string& name)
     return found ? std::optional(std::move(value)) : std::nullopt;
 }
 
-const std::u16string& loadedFile()
+std::u16string loadedFile()
 {
-    static const std::u16string file = locateLoadedFile();
-    return file;
+    HMODULE module = nullptr;
+    constexpr DWORD flags =
+        GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
+    GetModuleHandleExW(flags, reinterpret_cast<const OLECHAR*>(&loadedFile), &module);
+    return grown([module](OLECHAR* buffer, DWORD size) { return GetModuleFileNameW(module, buffer, size); });
 }
 
 std::chrono::year_month_day localDate()
