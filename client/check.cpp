@@ -352,7 +352,7 @@ private:
         std::size_t count = 0;
         for (std::size_t i = 0; i < lines.size(); ++i) {
             const std::u16string_view trimmed = text::trim(lines[i]);
-            if (!text::equalsIgnoringCase(trimmed.substr(0, site::libraryKey.size()), site::libraryKey))
+            if (!site::isLibraryLine(trimmed))
                 continue;
             const std::u16string name = u"Line " + decimal(i + 1) + u" of CLIENT.PAR";
             const site::Library library = site::libraryOf(trimmed);

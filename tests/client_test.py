@@ -176,6 +176,7 @@ class Check(Site):
             ("SQL2", ini, b"INVENTARIO=3", b"INVENTARIO=", "INVENTARIO is no position"),
             ("SQL2", ini, b"\n4=", b"\n04=", "Message 4 has no text"),
             ("SQL2", ini, b"NUMMSG=11", b"NUMMSG=10", "Message 11 is not read"),
+            ("SQL", ini, b"NUMMSG=11", b"NUMMSG=", r"\[MESSAGGI\] NUMMSG is not a number"),
             ("SQL", ini, bytes(self.site / "gateway"), b"/nowhere", "no exchange directory /nowhere"),
             ("7000", par, b"\r\n", b"\n", "14 parameter lines and has 1"),
             ("7000", par, b"/host/\r\n", b"/host\r\n", "not end in a path separator"),
@@ -203,7 +204,8 @@ class Check(Site):
         said = run("check", "--kind", "SQL2", "--site", self.site, status=1).stdout.decode()
         self.assertRegex(said, r"TABBLOCCOMAT[^\n]*MISSING")
         self.assertRegex(said, r"MISSING\s+LIVSOLL")
-        (self.site / "gateway/ZSQL_007.CL2").write_bytes(b"late\r\n")
+        self.edit("SvrDisp.ini", b"ID=7", b"ID=-7")
+        (self.site / "gateway/ZSQL_-007.CL2").write_bytes(b"late\r\n")
         self.assertIn(b"nobody has waited", run("check", "--kind", "SQL", "--site", self.site, status=1).stdout)
 
 

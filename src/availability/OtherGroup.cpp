@@ -22,7 +22,7 @@ OtherGroup::Place OtherGroup::search(std::u16string_view key, Int16 n) const
         // The place is behind all lines. Walking there would go as far as the last line's CR LF, or behind it
         // where a further line is looked for, so that position alone is checked.
         const bool looksFurther = n > std::ssize(near_) + 1;
-        [[maybe_unused]] const Int16 position = looksFurther ? nearSize_ + 1 : nearSize_ - 1;
+        requireInt16(looksFurther ? nearSize_ + 1 : nearSize_ - 1);
         return near_.end();
     }
     Int16 k = 1;

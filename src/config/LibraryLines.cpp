@@ -1,19 +1,9 @@
 #include "config/LibraryLines.h"
 
 #include "platform/runtime/RuntimeError.h"
-#include "platform/runtime/Text.h"
 #include "platform/runtime/TextFiles.h"
 
 namespace vqloan::settings {
-
-namespace {
-
-bool isLibraryLine(std::u16string_view line)
-{
-    return text::equalsIgnoringCase(line.substr(0, site::libraryKey.size()), site::libraryKey);
-}
-
-} // namespace
 
 void storeLibraryLine(LibraryTable& table, std::size_t row, std::u16string_view line)
 {
@@ -29,10 +19,10 @@ void loadLibraryLines(std::int32_t fileNo, LibraryTable& table, std::u16string& 
     std::u16string previous;
     while (!files::atEnd(fileNo)) {
         const std::u16string_view line = files::readLine(fileNo);
-        if (isLibraryLine(line)) {
+        if (site::isLibraryLine(line)) {
             storeLibraryLine(table, row++, line);
             const auto equals = previous.find(u'=');
-            if (!isLibraryLine(previous) && equals != std::u16string::npos) {
+            if (!site::isLibraryLine(previous) && equals != std::u16string::npos) {
                 skipCode = previous.substr(0, equals);
                 skipText = previous.substr(equals + 1);
             }

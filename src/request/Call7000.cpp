@@ -65,7 +65,7 @@ std::u16string withoutTabs(std::u16string_view answer)
             line += unit;
             continue;
         }
-        [[maybe_unused]] const Int16 position = line.size() + 1; // 6 for a TAB beyond 32,767
+        requireInt16(line.size() + 1); // where the TAB stands
         line.resize(text::trimRight(line).size());
         line.append(3, u' ');
     }

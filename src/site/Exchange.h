@@ -54,10 +54,10 @@ constexpr std::u16string_view hostInventory(std::u16string_view inventory) noexc
 }
 
 // The gateway's request line; what the host call makes its own from, too.
-inline std::u16string requestLine(std::u16string_view command, std::u16string_view inventory,
+inline std::u16string requestLine(std::u16string_view what, std::u16string_view inventory,
                                   std::u16string_view library)
 {
-    return std::u16string(command).append(u",").append(inventory).append(u",").append(library);
+    return std::u16string(what).append(u",").append(inventory).append(u",").append(library);
 }
 
 } // namespace vqloan::site

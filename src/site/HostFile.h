@@ -71,6 +71,13 @@ struct Library
     std::u16string code, group, name;
 };
 
+// To OpenDatabase, which takes the key in any letter case. The host call takes it in lower case only, and
+// trims the line first.
+inline bool isLibraryLine(std::u16string_view line)
+{
+    return text::equalsIgnoringCase(line.substr(0, libraryKey.size()), libraryKey);
+}
+
 // A shorter line gives shorter or empty fields.
 inline Library libraryOf(std::u16string_view line)
 {

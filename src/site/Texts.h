@@ -33,8 +33,8 @@ inline constexpr std::u16string_view notListed = u"Opera non posseduta dalla bib
 inline constexpr std::u16string_view gatewayFailed = u"Errore nei parametri";
 inline constexpr std::u16string_view databaseFailed = u"ERRORE: ";
 
-// Told by our own gateway and host of a request that they cannot understand, and by the gateway where the database
-// tells nothing.
+// Told by our own gateway and host of a request that they cannot understand, and by the gateway where the
+// database tells nothing.
 inline constexpr std::u16string_view invalidRequest = u"Richiesta non valida";
 inline constexpr std::u16string_view noAnswer = u"Nessuna risposta";
 

@@ -11,9 +11,10 @@
 #include "FailureOf.h"
 #include "component/DispSvr.h"
 #include "component/RecordError.h"
-#include "platform/runtime/ApplicationInfo.h"
 #include "platform/components/DbTools.h"
 #include "platform/components/SysTools.h"
+#include "platform/runtime/ApplicationInfo.h"
+#include "request/Deadline.h"
 
 namespace vqloan {
 namespace test {
@@ -89,6 +90,8 @@ struct SysToolsDouble : standins::SysTools
         return calls.note("SysMessage", u"message " + text::decimal(code));
     }
     void AfterError() override { calls.note("AfterError"); }
+    std::int32_t now = 0;
+    std::int32_t TickCount() override { return now; }
 };
 
 struct ConnectionDouble : Connection
@@ -315,6 +318,26 @@ TEST_F(Opening, EndsAtTheStepThatFails)
 }
 
 // --- Answering ---
+
+TEST(Deadline, MustFitTheClock)
+{
+    const std::tuple<std::int32_t, std::int32_t, std::int32_t> cases[] = {
+        // now, seconds, deadline; 6: "Overflow"
+        {10, 5, 5010},
+        {10, 0, 10},
+        {10, -5, -4990},
+        {647, 2147483, 2147483647},
+        {648, 2147483, 6},
+        {-5000, 2147484, 6},
+        {-5000, 2147483, 2147478000},
+    };
+    for (const auto& [now, seconds, deadline] : cases) {
+        theSysTools.now = now;
+        std::int32_t given = 0;
+        const std::int32_t failed = failureOf([&] { given = deadlineAfter(seconds); }).number;
+        EXPECT_EQ(failed ? failed : given, deadline) << now << ' ' << seconds;
+    }
+}
 
 TEST(Make_LstDispo, AsksInItsOrderAndReleasesOnEveryPath)
 {

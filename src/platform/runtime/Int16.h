@@ -34,4 +34,10 @@ private:
     std::int16_t value_ = 0;
 };
 
+// RuntimeError 6 for a position or count that does not fit.
+constexpr void requireInt16(std::integral auto value)
+{
+    static_cast<void>(Int16(value));
+}
+
 } // namespace vqloan
