@@ -101,15 +101,14 @@ std::string bytesIn(std::string_view message)
 // PostgreSQL tells the character's bytes, which must be a value's: a row may hold one, too, that its reader
 // lacks. MariaDB tells how firmly either side's code page stands, and a value's is the one that would give
 // way.
-bool DriverFailure::isCharacterLackedFor(const std::vector<std::u16string_view>& values) const
+bool DriverFailure::isCharacterLackedFor(const std::vector<std::u16string>& values) const
 {
     if (cause != Cause::character)
         return false;
     const std::string bytes = bytesIn(text::toUtf8(description));
     const bool isOfAValue = description.find(u"COERCIBLE)") != description.npos;
-    return std::any_of(values.begin(), values.end(), [&](std::u16string_view value) {
-        const bool isAscii =
-            std::all_of(value.begin(), value.end(), [](char16_t c) { return c > 0 && c < 128; });
+    return std::any_of(values.begin(), values.end(), [&](const std::u16string& value) {
+        const bool isAscii = std::all_of(value.begin(), value.end(), [](char16_t c) { return c < 128; });
         return !isAscii &&
                (isOfAValue || (!bytes.empty() && text::toUtf8(value).find(bytes) != std::string::npos));
     });

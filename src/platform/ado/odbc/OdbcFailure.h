@@ -25,9 +25,9 @@ public:
     };
     DriverFailure(RuntimeError failure, Cause cause) : RuntimeError(std::move(failure)), cause(cause) {}
 
-    // Whether one of these values holds a character that the server's code page lacks, and that is the
-    // failure.
-    bool isCharacterLackedFor(const std::vector<std::u16string_view>& values) const;
+    // Whether one of the values that were sent holds a character that the server's code page lacks, and that
+    // is the failure.
+    bool isCharacterLackedFor(const std::vector<std::u16string>& values) const;
 
     Cause cause;
 };

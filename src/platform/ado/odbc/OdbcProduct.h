@@ -7,8 +7,8 @@ namespace vqloan::odbc {
 
 struct Product
 {
-    // Whether a compiled statement may be run again, its columns still being what they were. Many drivers go on
-    // telling the columns of the first run, whatever becomes of the table.
+    // Whether a compiled statement may be run again, its columns still being what they were. Many drivers go
+    // on telling the columns of the first run, whatever becomes of the table.
     bool keepsStatements = false;
     // Whether texts reach it as they are. If not, only ASCII is safe.
     bool takesWideText = false;

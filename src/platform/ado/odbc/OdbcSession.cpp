@@ -21,20 +21,6 @@ bool isAscii(std::u16string_view text)
     return std::all_of(text.begin(), text.end(), [](char16_t c) { return c < 128; });
 }
 
-// A character of code 0 would end the text in many drivers, and then a part of a value would be looked for;
-// no text server holds one. It becomes the replacement character, as does what no encoding can carry.
-bool isClean(std::u16string_view text)
-{
-    return std::none_of(text.begin(), text.end(),
-                        [](char16_t c) { return c == 0 || (c & 0xF800) == 0xD800; });
-}
-std::u16string cleaned(std::u16string_view text)
-{
-    std::u16string clean = text::fromUtf8(text::toUtf8(text));
-    std::replace(clean.begin(), clean.end(), u'\0', u'\uFFFD');
-    return clean;
-}
-
 // Such a value means itself in every server's literals.
 bool isPlain(std::u16string_view value)
 {
@@ -95,9 +81,6 @@ CursorOwner OdbcSession::run(std::u16string_view text, std::int32_t timeLimit)
 {
     if (!product_.takesWideText && !isAscii(text))
         throw refused(u"The ODBC driver takes no text beyond ASCII; its Unicode variant does.");
-    std::u16string clean;
-    if (!isClean(text))
-        text = clean = cleaned(text);
     std::optional<odbc::DriverFailure> refusal;
     for (const auto form :
          {&OdbcSession::runKept, &OdbcSession::runWithParameters, &OdbcSession::runAsText}) {
@@ -105,7 +88,7 @@ CursorOwner OdbcSession::run(std::u16string_view text, std::int32_t timeLimit)
             if (CursorOwner cursor = (this->*form)(text, timeLimit))
                 return cursor;
         } catch (const odbc::DriverFailure& failure) {
-            if (failure.isCharacterLackedFor(literals_))
+            if (failure.isCharacterLackedFor(sentValues()))
                 return CursorOwner(new OdbcResult());
             if (failure.cause != odbc::DriverFailure::Cause::form)
                 throw;
@@ -115,6 +98,13 @@ CursorOwner OdbcSession::run(std::u16string_view text, std::int32_t timeLimit)
     if (refusal)
         throw *refusal;
     throw refused(u"A value that is not plain text cannot be sent here.");
+}
+
+std::vector<std::u16string> OdbcSession::sentValues() const
+{
+    std::vector<std::u16string> values(literals_.size());
+    std::transform(literals_.begin(), literals_.end(), values.begin(), sentValue);
+    return values;
 }
 
 // Null when there is no such statement.

@@ -31,6 +31,7 @@ public:
     bool keepsTimeLimits() const noexcept override { return product_.keepsTimeLimits; }
 
 private:
+    std::vector<std::u16string> sentValues() const;
     CursorOwner runKept(std::u16string_view text, std::int32_t timeLimit);
     CursorOwner runWithParameters(std::u16string_view text, std::int32_t timeLimit);
     CursorOwner runAsText(std::u16string_view text, std::int32_t timeLimit);

@@ -8,6 +8,16 @@
 
 namespace vqloan {
 
+std::u16string sentValue(std::u16string_view literal)
+{
+    std::u16string value = unquoted(literal);
+    std::replace(value.begin(), value.end(), u'\0', u'\uFFFD');
+    const auto isSurrogate = [](char16_t c) { return (c & 0xF800) == 0xD800; };
+    if (std::any_of(value.begin(), value.end(), isSurrogate))
+        value = text::fromUtf8(text::toUtf8(value));
+    return value;
+}
+
 OdbcStatement::OdbcStatement(const odbc::Database& database, StatementShape shape,
                              const odbc::Product& product)
     : shape_(std::move(shape)), handle_(database.get()), product_(product), values_(shape_.parameterCount()),
@@ -52,7 +62,7 @@ SQLRETURN OdbcStatement::execute()
 void OdbcStatement::bind(const std::vector<std::u16string_view>& literals)
 {
     for (std::size_t i = 0; i < values_.size(); ++i) {
-        values_[i] = unquoted(literals[i]);
+        values_[i] = sentValue(literals[i]);
         SQLPOINTER value = values_[i].data();
         std::size_t bytes = values_[i].size() * sizeof(char16_t);
         if (!product_.takesWideText) {

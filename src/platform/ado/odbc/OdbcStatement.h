@@ -14,6 +14,11 @@
 
 namespace vqloan {
 
+// The value of a literal as it is sent. A character of code 0 would end it in many drivers, and then a part
+// of it would be looked for; no text server holds one. It becomes the replacement character, as does what no
+// encoding can carry.
+std::u16string sentValue(std::u16string_view literal);
+
 class OdbcStatement
 {
 public:
