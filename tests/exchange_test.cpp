@@ -285,6 +285,24 @@ TEST_F(Host, ACallDuringTheWait)
     EXPECT_EQ(second.answer, "Civica|WL,01222222||\nCivica|WL,01333333||\n");
 }
 
+// It sees the waiting one through first, whose events go on running; the directory may have another name.
+TEST_F(Host, EventsRunWhileACallWaitsForAnother)
+{
+    Client second = site.client();
+    ASSERT_FALSE(second.open("7000"));
+    std::string told;
+    postEvent([&] {
+        postEvent([&] {
+            write(answer, "uno\r\n");
+            postEvent([&] { write(answer, "due\r\n"); });
+        });
+        configure({{3, "DIR=" + exchange.string() + "/./"}});
+        told = second.ask("01||2");
+    });
+    EXPECT_EQ(desk.ask("01||1"), "Civica|uno||\n");
+    EXPECT_EQ(told, "Civica|due||\n");
+}
+
 // The own library counts as it is when a line has its answer.
 TEST_F(Host, TheOwnLibraryChangesDuringTheWait)
 {

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "platform/runtime/Clock.h"
+#include "platform/runtime/OsFile.h"
 #include "platform/runtime/PendingEvents.h"
 #include "platform/runtime/PerThread.h"
 #include "platform/runtime/RuntimeError.h"
@@ -13,6 +14,23 @@ namespace vqloan {
 namespace {
 
 constexpr std::int32_t fileNo = 1;
+
+// The directory's part of a path, never empty, and the file's.
+std::pair<std::u16string, std::u16string_view> parted(std::u16string_view path)
+{
+    const auto begin = path.find_last_of(os::separators()) + 1; // 0 without a separator
+    return {begin == 0 ? u"." : std::u16string(path.substr(0, begin)), path.substr(begin)};
+}
+
+bool isSameFile(std::u16string_view path, std::u16string_view other)
+{
+    try {
+        const auto state = os::stateOf(path), otherState = os::stateOf(other);
+        return state && otherState && state->isSameFile(*otherState);
+    } catch (const RuntimeError&) { // a file cannot be written in one that cannot be asked about
+        return false;
+    }
+}
 
 } // namespace
 
@@ -28,15 +46,14 @@ HostExchange::~HostExchange()
 
 std::optional<std::u16string> HostExchange::ask(std::u16string_view line)
 {
-    for (HostExchange* earlier : waiting_)
-        if (earlier->requestFile_ == requestFile_)
-            earlier->seeThrough();
+    // By number: calls that enter meanwhile join the list, and leave it.
+    for (std::size_t i = 0; i < waiting_.size(); ++i)
+        if (usesFilesOf(*waiting_[i]))
+            waiting_[i]->waitOn();
     send(line);
     start_ = clock::seconds();
     waiting_.push_back(this);
-    while (!over())
-        if (look() == Look::notThere)
-            runPendingEvents();
+    waitOn();
     return std::move(answer_);
 }
 
@@ -46,7 +63,7 @@ void HostExchange::send(std::u16string_view line)
         files::remove(answerFile_); // an answer to an earlier request must not be taken for this one's
     } catch (const RuntimeError&) { // normally there is none
     }
-    files::openForWriting(fileNo, requestFile_);
+    files::openForWriting(fileNo, requestFile_, files::Place::shared);
     files::writeLine(fileNo, line);
     files::close(fileNo);
 }
@@ -70,10 +87,19 @@ bool HostExchange::over() const
     return answer_ || clock::seconds() - start_ > limit_;
 }
 
-void HostExchange::seeThrough()
+void HostExchange::waitOn()
 {
     while (!over())
-        look();
+        if (look() == Look::notThere)
+            runPendingEvents();
+}
+
+// One directory may have several names.
+bool HostExchange::usesFilesOf(const HostExchange& other) const
+{
+    const auto [directory, name] = parted(requestFile_);
+    const auto [otherDirectory, otherName] = parted(other.requestFile_);
+    return name == otherName && (directory == otherDirectory || isSameFile(directory, otherDirectory));
 }
 
 } // namespace vqloan

@@ -10,8 +10,8 @@ namespace vqloan {
 
 // While an exchange waits, the thread's pending events run, and one of them may begin another exchange. Over
 // the same two files it would delete the answer that the first one waits for. So it first waits for that
-// answer itself, until it is there or the first exchange's limit has passed. Every file is opened under
-// number 1.
+// answer itself, until it is there or the first exchange's limit has passed, and events go on running. Every
+// file is opened under number 1.
 class HostExchange
 {
 public:
@@ -37,7 +37,8 @@ private:
     void send(std::u16string_view line);
     Look look();
     bool over() const;
-    void seeThrough();
+    void waitOn();
+    bool usesFilesOf(const HostExchange& other) const;
 
     Waiting& waiting_; // the exchanges that this thread waits for, the outermost first
     std::u16string requestFile_, answerFile_;

@@ -3,7 +3,8 @@
 
 namespace vqloan {
 
-// Lets them run once; returns when they have. Calls of the component may enter meanwhile on this thread.
+// Lets them run once; returns when those have that were pending when it began. Calls of the component may
+// enter meanwhile on this thread.
 void runPendingEvents();
 
 } // namespace vqloan
