@@ -7,6 +7,7 @@
 #include "external/SysTools.h"
 #include "platform/runtime/OsFile.h"
 #include "platform/runtime/OsProcess.h"
+#include "platform/runtime/PendingEvents.h"
 #include "platform/runtime/RuntimeError.h"
 #include "platform/runtime/TextFiles.h"
 
@@ -33,6 +34,7 @@ TEST(System, FileFailuresAreTheRuntimes)
         {"a directory", opens("folder"), 75, ERROR_ACCESS_DENIED},
         {"kept by another", opens("held"), 70, ERROR_SHARING_VIOLATION},
         {"no name", opens("a<b"), 52, ERROR_INVALID_NAME},
+        {"a device", [] { files::openForReading(1, u"NUL"); }, 75, ERROR_CANT_RESOLVE_FILENAME},
         {"write: no directory", creates("none\\x"), 76, ERROR_PATH_NOT_FOUND},
         {"write: a directory", creates("folder"), 75, ERROR_ACCESS_DENIED},
         {"write: kept by another", creates("held"), 70, ERROR_SHARING_VIOLATION},
@@ -47,16 +49,35 @@ TEST(System, FileFailuresAreTheRuntimes)
         EXPECT_EQ(failed.systemError, systemError) << what;
         files::closeAll();
     }
-    const auto isFree = [&](const char* name) { return os::File::tryOpenUnheld(path(name)).has_value(); };
-    EXPECT_FALSE(isFree("held")) << "its writer has not let go of it";
+    EXPECT_TRUE(os::isHeld(path("held"))) << "its writer has not let go of it";
     CloseHandle(held);
-    EXPECT_TRUE(isFree("held"));
-    EXPECT_FALSE(isFree("folder"));
+    EXPECT_FALSE(os::isHeld(path("held")));
     const HANDLE reader = CreateFileW((directory / "held").c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
                                       OPEN_EXISTING, 0, nullptr);
-    EXPECT_FALSE(isFree("held")) << "it could not be deleted";
+    EXPECT_TRUE(os::isHeld(path("held"))) << "it could not be deleted";
     CloseHandle(reader);
     SetFileAttributesW((directory / "fixed").c_str(), FILE_ATTRIBUTE_NORMAL);
+}
+
+TEST(System, APassOfEventsEndsThoughEachPostsAnother)
+{
+    static int handled;
+    const HWND window =
+        CreateWindowExW(0, L"STATIC", nullptr, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
+    const WNDPROC again = [](HWND self, UINT message, WPARAM first, LPARAM second) {
+        if (message == WM_APP) {
+            ++handled;
+            PostMessageW(self, WM_APP, 0, 0);
+        }
+        return DefWindowProcW(self, message, first, second);
+    };
+    SetWindowLongPtrW(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(again));
+    PostMessageW(window, WM_APP, 0, 0);
+    const ULONGLONG start = GetTickCount64();
+    runPendingEvents();
+    EXPECT_LT(GetTickCount64() - start, 500U);
+    EXPECT_GT(handled, 0);
+    DestroyWindow(window);
 }
 
 TEST(System, EnvironmentAndErrorTexts)

@@ -38,15 +38,19 @@ bool firstLineHasItsEnd(os::File& file)
     return true; // too long a line is a failure for its reader to find
 }
 
+bool isWholeFile(std::u16string_view path)
+{
+    std::optional<os::File> file = os::File::tryOpen(path);
+    return file && (firstLineHasItsEnd(*file) || !isStillWritten(file->state()));
+}
+
 } // namespace
 
 bool isFinishedFile(std::u16string_view path)
 {
-    std::optional<os::File> file = os::File::tryOpenUnheld(path);
-    if (!file)
-        return false;
     try {
-        return firstLineHasItsEnd(*file) || !isStillWritten(file->state());
+        // Whether it is held is only asked of a whole one: the question itself can keep its writer out.
+        return isWholeFile(path) && !os::isHeld(path);
     } catch (const RuntimeError&) {
         return false;
     }

@@ -51,12 +51,9 @@ public:
     File(File&& other) noexcept : handle_(std::exchange(other.handle_, noHandle)) {}
     File& operator=(File&&) = delete;
 
-    // These open for reading in a shared directory; nothing where that fails. For what is looked for again
-    // and again, where a failure each time would cost more than the look.
+    // Opens for reading in a shared directory; nothing where that fails. For what is looked for again and
+    // again, where a failure each time would cost more than the look.
     static std::optional<File> tryOpen(std::u16string_view path);
-    // Nothing also for a file that another program keeps from being read or deleted, which not every system
-    // knows.
-    static std::optional<File> tryOpenUnheld(std::u16string_view path);
 
     // Number of bytes read; 0 at the end of the file.
     std::size_t read(char* buffer, std::size_t size);
@@ -74,6 +71,9 @@ private:
 };
 
 void removeFile(std::u16string_view path);
+
+// Whether another program keeps the file from being written or deleted now, which not every system knows.
+bool isHeld(std::u16string_view path);
 
 // Nothing where there is no file of that name, and only then.
 std::optional<FileState> stateOf(std::u16string_view path);

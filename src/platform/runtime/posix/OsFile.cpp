@@ -161,11 +161,6 @@ std::optional<File> File::tryOpen(std::u16string_view path)
     return opened < 0 ? std::nullopt : std::optional(File(std::intptr_t{opened}));
 }
 
-std::optional<File> File::tryOpenUnheld(std::u16string_view path)
-{
-    return tryOpen(path);
-}
-
 File::~File()
 {
     if (handle_ >= 0)
@@ -216,6 +211,11 @@ void removeFile(std::u16string_view path)
             errno = EISDIR;
         failOnPath(native);
     }
+}
+
+bool isHeld(std::u16string_view)
+{
+    return false;
 }
 
 std::optional<FileState> stateOf(std::u16string_view path)

@@ -161,19 +161,6 @@ std::optional<File> File::tryOpen(std::u16string_view path)
     return opened == noHandle ? std::nullopt : std::optional(File(opened));
 }
 
-// A file that somebody still writes, or that could not be deleted afterwards, is not there to be read yet.
-// One that this account may never delete is: then it is the deletion that has to fail.
-std::optional<File> File::tryOpenUnheld(std::u16string_view path)
-{
-    if (!isNamable(path))
-        return std::nullopt;
-    const std::u16string native(path);
-    std::intptr_t opened = open(native, {GENERIC_READ | DELETE, FILE_SHARE_READ});
-    if (opened == noHandle && GetLastError() == ERROR_ACCESS_DENIED)
-        opened = open(native, {GENERIC_READ, FILE_SHARE_READ});
-    return opened == noHandle ? std::nullopt : std::optional(File(opened));
-}
-
 File::~File()
 {
     if (handle_ != noHandle)
@@ -216,6 +203,18 @@ void removeFile(std::u16string_view path)
 {
     if (!DeleteFileW(toOle(nativePath(path).c_str())))
         fail(Failure::PathFileAccessError);
+}
+
+// For the moment of the question, nobody else can open the file for writing. One that this account may never
+// delete is not held: then it is the deletion that has to fail.
+bool isHeld(std::u16string_view path)
+{
+    const HANDLE opened = CreateFileW(toOle(nativePath(path).c_str()), GENERIC_READ | DELETE, FILE_SHARE_READ,
+                                      nullptr, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+    if (opened == INVALID_HANDLE_VALUE)
+        return GetLastError() == ERROR_SHARING_VIOLATION;
+    CloseHandle(opened);
+    return false;
 }
 
 std::optional<FileState> stateOf(std::u16string_view path)
