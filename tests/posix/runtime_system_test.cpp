@@ -10,8 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "FailureOf.h"
-#include "ScratchDirectory.h"
+#include "Site.h"
 #include "platform/runtime/ApplicationInfo.h"
 #include "platform/runtime/Clock.h"
 #include "platform/runtime/TextFiles.h"
@@ -118,6 +117,24 @@ TEST(TextFiles, OfStrangersInASharedDirectory)
         files::openForReading(2, own, files::Place::shared);
         EXPECT_EQ(failureOf([] { files::readLine(2); }).number, number) << size;
         files::closeAll();
+    }
+}
+
+TEST(TextFiles, ARequestFollowsNoLink)
+{
+    Site site;
+    const std::string directory = site.directory.path().string() + "/";
+    site.settings("[CONFIG]\nPATH=" + directory + "\n[CLIENT]\nID=7\nTIMEOUT=0\n");
+    site.hostParameters("7\n0.1\n" + directory +
+                        "\n4\n5\n40\n7\n8\n9\n10\n11\n12\n13\nZZ=\ncodbib=01,AA,Civica\n");
+    write(site.directory / "own", "mine");
+    Client desk = site.client();
+    for (const auto& [kind, request] : {std::pair("SQL", "ZSQL_007.CL1"), {"7000", "Z7000_07.CL1"}}) {
+        create_symlink(site.directory / "own", site.directory / request);
+        ASSERT_FALSE(desk.open(kind)) << desk.failure().description;
+        desk.ask("01||1");
+        EXPECT_EQ(desk.failure().number, 75) << kind;
+        EXPECT_EQ(read(site.directory / "own"), "mine") << kind;
     }
 }
 
