@@ -48,7 +48,14 @@ std::string Failure::text() const
     return all + ")";
 }
 
-Component::Component(const Site& site) : library_(site.component()), object_(createObject(library_)) {}
+Component::Component(const Site& site) : library_(site.source()), object_(createObject(library_))
+{
+    if (site.ownComponent())
+        return; // perhaps an older one, which cannot be told
+    ComPtr<IDispSvrSite> settings;
+    check(object_->QueryInterface(IID_IDispSvrSite, settings.addressVoid()), "QueryInterface");
+    check(settings->put_Directory(Bstr(site.directory().u16string()).get()), "put Directory");
+}
 
 bool Component::open(std::string_view kind)
 {

@@ -27,7 +27,7 @@ struct Failure
 class Component
 {
 public:
-    // Loads the site's component and makes the object. The site has to outlive it.
+    // Loads the site's component and makes the object.
     explicit Component(const Site& site);
 
     // False when the back end could not be opened; lastFailure tells why.

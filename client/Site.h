@@ -15,36 +15,28 @@ inline constexpr char componentName[] = "VQLoan.dll";
 inline constexpr char componentName[] = "VQLoan.so";
 #endif
 
-// The component looks for its settings beside its own file. A directory that has no component in it is
-// therefore given one for the life of this object: a private directory with a copy of the component that lies
-// beside this program, and links to the directory's settings files.
+// The component that comes with this program: beside it, as in a build, or where it is installed.
+std::filesystem::path ownedComponent();
+
+// The component looks for its settings beside its own file. For a directory that has no component in it, the
+// one that comes with this program is loaded and told the directory.
 class Site
 {
 public:
     // An empty directory is that of this program. Throws std::runtime_error when there is no such directory.
     explicit Site(const std::filesystem::path& directory);
-    Site(const Site&) = delete;
-    Site& operator=(const Site&) = delete;
 
     const std::filesystem::path& directory() const noexcept { return directory_; }
-    // The file to load.
+    // Where the site's own component belongs, whether or not it is there.
     const std::filesystem::path& component() const noexcept { return component_; }
-    // Where that file comes from: the site's own directory, or this program's.
+    bool ownComponent() const noexcept { return source_ == component_; }
+    // The file to load: that one, or the one that comes with this program.
     const std::filesystem::path& source() const noexcept { return source_; }
-    bool ownComponent() const noexcept { return private_.directory.empty(); }
 
     std::filesystem::path settings() const { return directory_ / site::settingsFile; }
     std::filesystem::path parameters() const { return directory_ / site::hostFile; }
 
 private:
-    // Goes with everything in it, also when the rest of a site cannot be made.
-    struct Private
-    {
-        ~Private();
-        std::filesystem::path directory; // empty: there is none
-    };
-
-    Private private_;
     std::filesystem::path directory_, component_, source_;
 };
 

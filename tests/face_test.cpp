@@ -329,7 +329,7 @@ TEST_F(Face, InterfacesOfOneObjectShareItsIdentity)
 {
     ComPtr<IUnknown> identity, other, again;
     ASSERT_EQ(object->QueryInterface(IID_IUnknown, identity.addressVoid()), S_OK);
-    for (const IID& iid : {IID_IDispatch, IID__DispSvr, IID_ISupportErrorInfo}) {
+    for (const IID& iid : {IID_IDispatch, IID__DispSvr, IID_IDispSvrSite, IID_ISupportErrorInfo}) {
         ASSERT_EQ(object->QueryInterface(iid, other.addressVoid()), S_OK);
         ASSERT_EQ(other->QueryInterface(IID_IUnknown, again.addressVoid()), S_OK);
         EXPECT_EQ(again.get(), identity.get());

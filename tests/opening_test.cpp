@@ -162,6 +162,31 @@ TEST_F(Opening, ReloadingTheMessagesRaisesItsFailure)
     EXPECT_EQ(client.failure().number, 0) << "raised, not recorded";
 }
 
+TEST_F(Opening, AnObjectReadsTheDirectoryThatItIsTold)
+{
+    Site other;
+    site.hostParameters("codbib=01,AB,Centrale\n");
+    other.hostParameters("codbib=01,AB,Altra\n");
+    other.settings("[MESSAGGI]\nNUMMSG=many\n");
+    Client client = site.client(), untold = site.client();
+    ComPtr<IDispSvrSite> directory;
+    check(client.object->QueryInterface(IID_IDispSvrSite, directory.addressVoid()));
+    const std::tuple<std::u16string, HRESULT, const char*, bool> cases[] = {
+        {u"", S_OK, "Centrale", false},
+        {other.directory.path().u16string(), S_OK, "Altra", true},
+        {u"relative", E_INVALIDARG, "Altra", true},
+        {u"", S_OK, "Centrale", false},
+    };
+    for (const auto& [path, result, library, settingsFail] : cases) {
+        EXPECT_EQ(directory->put_Directory(Bstr(path).get()), result);
+        EXPECT_FALSE(client.open("7000"));
+        EXPECT_EQ(client.testCodBib("01"), library);
+        EXPECT_EQ(client.open("SQL"), settingsFail);
+        EXPECT_FALSE(untold.open("7000"));
+        EXPECT_EQ(untold.testCodBib("01"), "Centrale");
+    }
+}
+
 TEST_F(Opening, AnotherKindLeavesTheConnection)
 {
     site.settings(server("INVENTARIO=1"));

@@ -50,6 +50,7 @@ struct DispSvrFields
     std::int32_t OpenOptions = 0;
     std::shared_ptr<IniFile> Ini; // bound to SvrDisp.ini on first need, once
     CodeTable TabStati;           // texts of the special statuses, by code
+    std::u16string SettingsDir;   // of the settings files; empty: the component's own directory
 };
 
 // An object lives on one thread. An operation that "records" never throws: it records its failure, which

@@ -13,7 +13,7 @@ bool DispSvr::InitIni()
             // Stored before it is bound. When binding fails, the object stays unbound and later calls do not
             // try again.
             Ini = createIniFile();
-            Ini->SetFile(settings::pathOf(site::settingsFile));
+            Ini->SetFile(settings::pathOf(SettingsDir, site::settingsFile));
         }
         return false;
     } catch (const std::bad_alloc&) {

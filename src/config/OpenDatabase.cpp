@@ -41,7 +41,7 @@ void openHost(DispSvr& svr, std::int32_t& fileNo)
 {
     svr.BibPosse = u"00";
     fileNo = files::freeNumber();
-    files::openForReading(fileNo, settings::pathOf(site::hostFile));
+    files::openForReading(fileNo, settings::pathOf(svr.SettingsDir, site::hostFile));
     settings::loadLibraryLines(fileNo, svr.TabBib, svr.SkipCode, svr.SkipText);
     files::close(fileNo);
 }

@@ -5,10 +5,10 @@
 
 namespace vqloan::settings {
 
-std::u16string pathOf(std::u16string_view fileName)
+std::u16string pathOf(std::u16string_view directory, std::u16string_view fileName)
 {
-    std::u16string directory = ApplicationInfo::ofThread().path();
-    return sysTools().DirSlash(directory).append(fileName);
+    std::u16string place(directory.empty() ? ApplicationInfo::ofThread().path() : directory);
+    return sysTools().DirSlash(place).append(fileName);
 }
 
 std::u16string readText(std::shared_ptr<IniFile>& ini, const site::Setting& setting)

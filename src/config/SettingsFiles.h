@@ -11,8 +11,9 @@
 
 namespace vqloan::settings {
 
-// The full path of a settings file. Both files lie in the component's own directory.
-std::u16string pathOf(std::u16string_view fileName);
+// The full path of a settings file. Both files lie in the given directory, or, where that is empty, in the
+// component's own.
+std::u16string pathOf(std::u16string_view directory, std::u16string_view fileName);
 
 // The setting's value, or its default where the section or the key is absent. Where a number is read,
 // RuntimeError 13 for a value that is none (so is nothing after the "="), 6 for one out of range.

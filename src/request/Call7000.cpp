@@ -80,7 +80,7 @@ bool DispSvr::Call7000(std::u16string_view Req, std::u16string& Answer) noexcept
     try {
         const std::u16string request = text::upper(Req);
 
-        files::openForReading(fileNo, settings::pathOf(site::hostFile));
+        files::openForReading(fileNo, settings::pathOf(SettingsDir, site::hostFile));
         const HostParameters parameters = readHostParameters(fileNo);
         const std::size_t libraries = readHostLibraries(fileNo, TabBib);
         files::close(fileNo);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <filesystem>
 #include <string>
 #include <type_traits>
 
@@ -102,6 +103,8 @@ HRESULT DispSvrFace::QueryInterface(REFIID iid, void** object)
         *object = static_cast<_DispSvr*>(this);
     else if (IsEqualIID(iid, IID_ISupportErrorInfo))
         *object = static_cast<ISupportErrorInfo*>(this);
+    else if (IsEqualIID(iid, IID_IDispSvrSite))
+        *object = static_cast<IDispSvrSite*>(this);
     else {
         *object = nullptr;
         return E_NOINTERFACE;
@@ -264,6 +267,19 @@ HRESULT DispSvrFace::Load_Messa()
 HRESULT DispSvrFace::InterfaceSupportsErrorInfo(REFIID iid)
 {
     return IsEqualIID(iid, IID__DispSvr) ? S_OK : S_FALSE;
+}
+
+// --- IDispSvrSite ---
+
+HRESULT DispSvrFace::put_Directory(BSTR value)
+{
+    return enter({}, [&] {
+        if (SysStringLen(value) > 0 && !std::filesystem::path(viewOf(value)).is_absolute())
+            return E_INVALIDARG;
+        server_.SettingsDir = viewOf(value);
+        server_.Ini = nullptr; // bound to the other directory's file
+        return S_OK;
+    });
 }
 
 } // namespace vqloan

@@ -13,7 +13,7 @@ namespace vqloan {
 // Created with one reference, deletes itself when the last is released, which shuts the DispSvr down once
 // more. References may be counted on any thread; every other call is made on the thread that created the
 // object. No exception leaves any function.
-class DispSvrFace final : public _DispSvr, public ISupportErrorInfo
+class DispSvrFace final : public _DispSvr, public ISupportErrorInfo, public IDispSvrSite
 {
 public:
     DispSvrFace() = default;
@@ -50,6 +50,8 @@ public:
     HRESULT STDMETHODCALLTYPE Load_Messa() override;
 
     HRESULT STDMETHODCALLTYPE InterfaceSupportsErrorInfo(REFIID iid) override;
+
+    HRESULT STDMETHODCALLTYPE put_Directory(BSTR value) override;
 
 private:
     ~DispSvrFace() = default;

@@ -55,4 +55,20 @@ protected:
     ~_DispSvr() = default;
 };
 
+// NOLINTNEXTLINE(bugprone-reserved-identifier): as above
+inline constexpr IID IID_IDispSvrSite{
+    0xAFF99011, 0x40BB, 0x445A, {0x90, 0x65, 0x75, 0xFE, 0x53, 0xF4, 0x48, 0x86}};
+
+// Asked of an object by QueryInterface, for a client that serves several sites with one component file. An
+// object that is told nothing takes its settings from the directory of the component's file.
+struct IDispSvrSite : IUnknown
+{
+    // The directory in which this object looks for SvrDisp.ini and CLIENT.PAR from its next opening on;
+    // empty: the component's own. E_INVALIDARG for a path that is not absolute: nothing is changed then.
+    virtual HRESULT STDMETHODCALLTYPE put_Directory(BSTR value) = 0;
+
+protected:
+    ~IDispSvrSite() = default;
+};
+
 } // namespace vqloan

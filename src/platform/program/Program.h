@@ -4,20 +4,14 @@
 #include <filesystem>
 #include <string>
 #include <system_error>
-#include <vector>
 
 namespace vqloan::program {
 
 // The running program's own file, absolute, links resolved.
 std::filesystem::path file();
 
-// Files, then the directories that are empty without them, that are to go when the user or the system ends
-// the program before it has removed them itself. Called once. Windows removes no file that is loaded: there
-// they stay.
-void removeWhenEnded(const std::vector<std::filesystem::path>& paths);
-
-// Ends the program where threads of it are not to be waited for: removes what removeWhenEnded was told,
-// writes the standard streams out, and runs nothing else.
+// Ends the program where threads of it are not to be waited for: writes the standard streams out, and runs
+// nothing else.
 [[noreturn]] void endNow(int status) noexcept;
 
 // A new directory in `parent` that nobody else may look into: `prefix` and a name that nobody can foresee.

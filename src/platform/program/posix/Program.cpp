@@ -1,7 +1,6 @@
 #include "platform/program/Program.h"
 
 #include <dlfcn.h>
-#include <signal.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -14,53 +13,13 @@
 
 namespace vqloan::program {
 
-namespace {
-
-// Lives as long as a signal may come. What looks at it may call little more than the system itself.
-std::vector<std::string>& toRemove()
-{
-    static auto& paths = *new std::vector<std::string>;
-    return paths;
-}
-
-void removeAll()
-{
-    for (const std::string& path : toRemove())
-        if (unlink(path.c_str()) != 0)
-            rmdir(path.c_str());
-}
-
-void removeAndEnd(int number)
-{
-    removeAll();
-    signal(number, SIG_DFL);
-    raise(number); // takes effect when this returns
-}
-
-} // namespace
-
 std::filesystem::path file()
 {
     return std::filesystem::read_symlink("/proc/self/exe");
 }
 
-void removeWhenEnded(const std::vector<std::filesystem::path>& paths)
-{
-    toRemove().assign(paths.begin(), paths.end());
-    struct sigaction action = {};
-    action.sa_handler = removeAndEnd;
-    sigfillset(&action.sa_mask); // a second one waits until all is removed
-    for (const int number : {SIGHUP, SIGINT, SIGPIPE, SIGTERM}) {
-        struct sigaction before = {};
-        sigaction(number, &action, &before);
-        if (before.sa_handler == SIG_IGN) // as under nohup
-            sigaction(number, &before, nullptr);
-    }
-}
-
 void endNow(int status) noexcept
 {
-    removeAll();
     std::fflush(nullptr);
     std::_Exit(status);
 }

@@ -20,8 +20,6 @@ std::filesystem::path file()
     return name;
 }
 
-void removeWhenEnded(const std::vector<std::filesystem::path>&) {}
-
 void endNow(int status) noexcept
 {
     std::fflush(nullptr);
