@@ -358,7 +358,7 @@ class Documents(Site):
         shutil.rmtree(self.site)
         preload = subprocess.run(["ldd", BIN / "VQLoan.so"], capture_output=True, text=True).stdout
         sanitizer = re.search(r"=> (\S*libasan\S*)", preload)
-        python = f"LD_PRELOAD={sanitizer[1]} ASAN_OPTIONS=detect_leaks=0 examples/clients" if sanitizer else "examples/clients"
+        python = f"LD_PRELOAD={sanitizer[1]} ASAN_OPTIONS=detect_leaks=0 PYTHONPATH=" if sanitizer else "PYTHONPATH="
         environment = dict(os.environ, AUTOMATION_REGISTRY=str(self.scratch / "registry"), HOME=str(self.scratch))
         script = "set -e\n"
         guides = [ROOT / "docs" / f"{name}.md" for name in ("administration", "architecture", "clients")]
@@ -366,7 +366,7 @@ class Documents(Site):
             for block in re.findall(r"^```sh\n(.*?)^```", document.read_text(encoding="utf-8"), re.M | re.S):
                 script += f"echo '# {document.name}'\n{block}"
         script = (script.replace("/srv/vqloan", str(self.site)).replace("build/bin", str(BIN))
-                  .replace("\nexamples/clients", "\n" + python))
+                  .replace("\nPYTHONPATH=", "\n" + python))
         done = subprocess.run(["bash", "-c", script], cwd=ROOT, env=environment, capture_output=True, text=True, timeout=100)
         self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
         self.assertGreater(done.stdout.count("Disponibile"), 3)

@@ -62,9 +62,12 @@ class Installed(unittest.TestCase):
         run("cmake", "-S", source, "-B", self.scratch / "client", f"-DCMAKE_PREFIX_PATH={self.tree}",
             f"-DCMAKE_CXX_COMPILER={cached('CMAKE_CXX_COMPILER')}", f"-DCMAKE_CXX_FLAGS={flags}")
         run("cmake", "--build", self.scratch / "client")
-        shutil.copy(self.component, self.site)
-        (self.site / "libautomation.so.4").symlink_to(next(self.tree.glob("lib*/**/libautomation.so.4")))
-        run(self.tree / "bin/vqloan", "register", "--site", self.site, env=self.environment)
+        registered = self.scratch / "registered"
+        registered.mkdir()
+        for file in (self.component, self.site / "SvrDisp.ini"):
+            shutil.copy(file, registered)
+        (registered / "libautomation.so.4").symlink_to(next(self.tree.glob("lib*/**/libautomation.so.4")))
+        run(self.tree / "bin/vqloan", "register", "--site", registered, env=self.environment)
         self.assertIn("Disponibile", run(self.scratch / "client/ask", "SQL2", "00", "KA000001", env=self.environment))
 
     def test_pkg_config_names_what_a_client_needs(self):
@@ -78,6 +81,26 @@ class Installed(unittest.TestCase):
             self.scratch / "ask", *flags)
         component = run("pkg-config", "--variable=component", "vqloan", env=environment).strip()
         self.assertEqual(pathlib.Path(component).resolve(), self.component.resolve())
+
+    def test_the_python_package(self):
+        tools = "import pip, setuptools, wheel"
+        python = next((p for p in (sys.executable, "/usr/bin/python3")
+                       if subprocess.run([p, "-c", tools], capture_output=True).returncode == 0), None)
+        if not python:
+            self.skipTest("pip, setuptools or wheel is not installed")
+        source, packages = self.scratch / "source", self.scratch / "packages"
+        shutil.copytree(ROOT / "python", source / "python")  # pip leaves things beside what it builds
+        shutil.copy(ROOT / "CMakeLists.txt", source)
+        run(python, "-m", "pip", "install", "--no-build-isolation", "--no-index", "--no-deps", "--target", packages,
+            source / "python")
+        self.assertEqual([f.name for f in packages.glob("*.dist-info")], [f"vqloan-{cached('CMAKE_PROJECT_VERSION')}.dist-info"])
+        sanitizer = re.search(r"=> (\S*libasan\S*)", run("ldd", self.component))
+        environment = {**os.environ, "PYTHONPATH": str(packages), "PATH": f"{self.tree}/bin:{os.environ['PATH']}",
+                       **({"LD_PRELOAD": sanitizer[1], "ASAN_OPTIONS": "detect_leaks=0"} if sanitizer else {})}
+        example = next(self.tree.glob("share/doc/*/examples/clients")) / "ask.py"
+        run(python, source / "python/tests/vqloan_test.py", self.site, example, env=environment)
+        if shutil.which("mypy"):
+            run("mypy", cwd=source / "python")
 
 
 if __name__ == "__main__":
