@@ -2,6 +2,7 @@
 // std::exception for what it cannot do at all. How they are said at the command line is in vqloan.cpp.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 
@@ -40,6 +41,14 @@ struct ServeOptions
 };
 int gateway(const ServeOptions& options);
 int host(const ServeOptions& options);
+
+struct SiteOptions
+{
+    std::string directory;
+    bool sample = false;
+    std::size_t copies = 4000; // of the sample
+};
+int makeSite(const SiteOptions& options);
 
 int registerClass(const std::string& site);
 int unregisterClass(const std::string& site);

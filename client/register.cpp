@@ -15,8 +15,7 @@ void requireOwnComponent(const Site& site)
 {
     if (!site.ownComponent())
         throw std::runtime_error("there is no component in " + site.directory().string() +
-                                 "; put one there: cp " + site.source().string() + " " +
-                                 site.directory().string());
+                                 "; put one there: vqloan site " + site.directory().string());
 }
 
 int change(const std::string& directory, const char* done, void (Component::*action)() const)

@@ -112,6 +112,23 @@ CLI::App* addHost(CLI::App& program, ServeOptions& options)
     return command;
 }
 
+CLI::App* addMakeSite(CLI::App& program, SiteOptions& options)
+{
+    CLI::App* const command = program.add_subcommand("site", "Set up a site in a directory");
+    command->add_option("DIR", options.directory, "The directory; made if need be")
+        ->required()
+        ->type_name("");
+    command->add_flag("--sample", options.sample, "With data to try it on: a network of twelve libraries");
+    command->add_option("--copies", options.copies, "Copies of the sample (default: 4000)")
+        ->type_name("NUMBER")
+        ->check(CLI::Range(std::size_t{1}, std::size_t{999999}).description(""));
+    command->footer("Makes what is missing: the component, settings, exchange directories. Files that\n"
+                    "are there stay as they are; only a component that differs is renewed.\n\n"
+                    "Example:\n"
+                    "  vqloan site /srv/vqloan --sample");
+    return command;
+}
+
 CLI::App* addRegistration(CLI::App& program, const char* name, const char* description, std::string& site)
 {
     CLI::App* const command = program.add_subcommand(name, description);
@@ -133,6 +150,7 @@ int main(int argc, char** argv)
     AskOptions askOptions;
     CheckOptions checkOptions;
     ServeOptions gatewayOptions, hostOptions;
+    SiteOptions siteOptions;
     std::string site;
     int status = allWell;
     // Whatever is chosen runs inside `parse`.
@@ -140,6 +158,7 @@ int main(int argc, char** argv)
     addCheck(program, checkOptions)->callback([&] { status = check(checkOptions); });
     addGateway(program, gatewayOptions)->callback([&] { status = gateway(gatewayOptions); });
     addHost(program, hostOptions)->callback([&] { status = host(hostOptions); });
+    addMakeSite(program, siteOptions)->callback([&] { status = makeSite(siteOptions); });
     addRegistration(program, "register", "Let clients find the class VQLoan.DispSvr by its name", site)
         ->callback([&] { status = registerClass(site); });
     addRegistration(program, "unregister", "Take that back", site)->callback([&] {

@@ -34,7 +34,20 @@ file(RELATIVE_PATH prefix_from_pc /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(cmake/vqloan.pc.in vqloan.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/vqloan.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-install(FILES client/vqloan.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+foreach(section 1 5)
+  configure_file(client/vqloan.${section} vqloan.${section} @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/vqloan.${section} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section})
+endforeach()
+install(FILES packaging/completion.bash DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/bash-completion/completions
+        RENAME vqloan)
+
+# Services: where systemd looks, not where this system keeps its libraries.
+foreach(unit gateway host serve)
+  configure_file(packaging/vqloan-${unit}@.service.in vqloan-${unit}@.service @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/vqloan-${unit}@.service DESTINATION lib/systemd/system)
+endforeach()
+install(FILES packaging/vqloan.sysusers DESTINATION lib/sysusers.d RENAME vqloan.conf)
+
 install(FILES README.md DESTINATION ${VQLOAN_DOC_DIR})
 install(DIRECTORY docs DESTINATION ${VQLOAN_DOC_DIR})
 install(DIRECTORY examples DESTINATION ${VQLOAN_DOC_DIR} USE_SOURCE_PERMISSIONS

@@ -39,13 +39,18 @@ def execute(database, statements):
         connection.executescript(statements)
 
 
+def blocks_of(document):
+    """What is marked as command lines in it."""
+    return re.findall(r"^```sh\n(.*?)^```", document.read_text(encoding="utf-8"), re.M | re.S)
+
+
 class Site(unittest.TestCase):
     def setUp(self):
         scratch = tempfile.TemporaryDirectory()
         self.addCleanup(scratch.cleanup)
         self.scratch = pathlib.Path(scratch.name)
         self.site = self.scratch / "site"
-        subprocess.run([ROOT / "examples/make_site", self.site, "--copies=40"], check=True, stdout=subprocess.DEVNULL)
+        run("site", self.site, "--sample", "--copies=40")
 
     def serve(self, *arguments):
         """A server that has said what it serves; ended, and its status looked at, after the test. Its log is in server.log."""
@@ -334,11 +339,39 @@ class Serving(Site):
         self.assertIn("Nessuna risposta", self.ask("SQL", text=b"00\t\tKA000001\n").stdout.decode())
 
 
+class NewSite(Site):
+    def test_files_are_those_of_the_examples_with_the_directory(self):
+        for name, mode in (("SvrDisp.ini", 0o100640), ("CLIENT.PAR", 0o100644), ("gateway", 0o42770), ("host", 0o42770)):
+            made = self.site / name
+            self.assertEqual(oct(made.stat().st_mode), oct(mode), name)
+            if made.is_file():
+                sample = (ROOT / "examples/site" / name).read_bytes()
+                self.assertEqual(made.read_bytes(), sample.replace(b"/srv/vqloan", bytes(self.site)))
+
+    def test_what_is_there_stays_but_an_old_component(self):
+        component = (self.site / "VQLoan.so").read_bytes()
+        for name in ("SvrDisp.ini", "CLIENT.PAR", "library.db", "host.txt", "VQLoan.so"):
+            (self.site / name).write_bytes(b"mine")
+        (self.site / "SvrDisp.ini.new").write_bytes(b"left behind by a run that was ended")
+        (self.site / "requests.txt").unlink()
+        said = run("site", self.site, "--sample").stdout.decode()
+        self.assertEqual(sorted(line.split()[-1] for line in said.splitlines() if "kept" not in line and line[0] == " "),
+                         ["VQLoan.so", "requests.txt"])
+        self.assertEqual((self.site / "SvrDisp.ini").read_bytes(), b"mine")
+        self.assertEqual((self.site / "VQLoan.so").read_bytes(), component)
+
+    def test_what_cannot_be_made_is_told(self):
+        for directory, reason in (("a;b", b"cannot name"), ("SvrDisp.ini", b"SvrDisp.ini"), ("§", b"cannot name")):
+            self.assertIn(reason, run("site", self.site / directory, status=2).stderr)
+            self.assertTrue(directory == "SvrDisp.ini" or not (self.site / directory).exists())
+
+
 class Documents(Site):
     def test_register_and_example_clients(self):
         environment = dict(os.environ, AUTOMATION_REGISTRY=str(self.scratch / "registry"))
-        self.assertIn(b"cp ", run("register", "--site", self.site, status=2).stderr)
-        shutil.copy(BIN / "VQLoan.so", self.site)
+        shutil.move(self.site / "VQLoan.so", self.scratch)
+        self.assertIn(b"vqloan site ", run("register", "--site", self.site, status=2).stderr)
+        run("site", self.site)
         run("register", "--site", self.site, env=environment)
         client = [BIN / "ask", "SQL2", "00", "KA000001"]
         self.assertIn(b"Disponibile", subprocess.run(client, env=environment, capture_output=True, check=True).stdout)
@@ -347,11 +380,31 @@ class Documents(Site):
 
     def test_manual_page_names_every_option(self):
         page = (ROOT / "client/vqloan.1").read_text().replace("\\-", "-")
-        for command in ("ask", "check", "gateway", "host", "register", "unregister"):
+        for command in ("ask", "check", "gateway", "host", "register", "site", "unregister"):
             said = run(command, "--help").stdout.decode()
             self.assertLessEqual(max(map(len, said.splitlines())), 80, said)
             options = re.findall(r"--[a-z]+", said)
             self.assertEqual([o for o in (command, *options) if o not in page], [], command)
+
+    def test_the_first_minutes_of_an_ordinary_user(self):
+        """The README's command lines word for word, from the top of the tree, in a home directory."""
+        home = self.scratch / "home"
+        home.mkdir()
+        self.scratch.chmod(0o755)
+        user = []
+        if os.getuid() == 0:
+            os.chown(home, 65534, 65534)
+            user = ["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"]
+            if subprocess.run([*user, "test", "-x", VQLOAN]).returncode != 0:
+                user = []  # the tree is root's alone
+        script = "set -e\n" + "".join(blocks_of(ROOT / "README.md"))
+        if BIN != ROOT / "build/bin":
+            script = script.replace("build/bin", str(BIN))
+        done = subprocess.run([*user, "bash", "-c", script], cwd=ROOT, env=dict(os.environ, HOME=str(home)),
+                              capture_output=True, text=True, timeout=100)
+        self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
+        self.assertIn("In prestito dal", done.stdout)
+        self.assertIn("No findings.", done.stdout)
 
     def test_command_lines_of_the_documents(self):
         """Blocks marked sh, in order, with the documents' paths put where the test may write."""
@@ -362,14 +415,14 @@ class Documents(Site):
         environment = dict(os.environ, AUTOMATION_REGISTRY=str(self.scratch / "registry"), HOME=str(self.scratch))
         script = "set -e\n"
         guides = [ROOT / "docs" / f"{name}.md" for name in ("administration", "architecture", "clients")]
-        for document in (ROOT / "README.md", *guides):  # what the others say needs servers, or takes long
-            for block in re.findall(r"^```sh\n(.*?)^```", document.read_text(encoding="utf-8"), re.M | re.S):
+        for document in guides:  # what the others say needs servers, or takes long
+            for block in blocks_of(document):
                 script += f"echo '# {document.name}'\n{block}"
         script = (script.replace("/srv/vqloan", str(self.site)).replace("build/bin", str(BIN))
                   .replace("\nPYTHONPATH=", "\n" + python))
         done = subprocess.run(["bash", "-c", script], cwd=ROOT, env=environment, capture_output=True, text=True, timeout=100)
         self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
-        self.assertGreater(done.stdout.count("Disponibile"), 3)
+        self.assertGreater(done.stdout.count("Disponibile"), 1)
 
 
 if __name__ == "__main__":

@@ -38,7 +38,8 @@ class Installed(unittest.TestCase):
         shutil.move(staged / cached("CMAKE_INSTALL_PREFIX").lstrip("/"), cls.tree)
         cls.component, = cls.tree.glob("lib*/**/VQLoan.so")
         cls.site = cls.scratch / "site"
-        run(ROOT / "examples/make_site", cls.site, "--copies=40")
+        run(cls.tree / "bin/vqloan", "site", cls.site, "--sample", "--copies=40")
+        (cls.site / "VQLoan.so").unlink()  # each test has the installed one do, or makes a site of its own
         cls.environment = {**os.environ, "AUTOMATION_REGISTRY": str(cls.scratch / "registry")}
 
     @unittest.skipIf(cached("CMAKE_BUILD_TYPE") != "Release", "what a debugger reads names the sources")
@@ -56,6 +57,29 @@ class Installed(unittest.TestCase):
                    "--inventory=KA000001", cwd=self.scratch)
         self.assertIn("Disponibile", said)
 
+    def test_the_services_are_as_systemd_wants_them(self):
+        units = sorted(self.tree.glob("lib/systemd/system/*"))
+        self.assertEqual(len(units), 3)
+        for unit in units:
+            line = re.search(r"^ExecStart=(\S+) (\w+)", unit.read_text(), re.M)
+            self.assertEqual(line[1], f"{cached('CMAKE_INSTALL_PREFIX')}/bin/vqloan")
+        if shutil.which("systemd-analyze"):
+            here = self.scratch / "units"
+            here.mkdir()
+            for unit in units:  # with a program that is there
+                text = unit.read_text().replace(f"{cached('CMAKE_INSTALL_PREFIX')}/bin", f"{self.tree}/bin")
+                (here / unit.name.replace("@", "@srv-vqloan")).write_text(text)
+            said = subprocess.run(["systemd-analyze", "verify", "--man=no", *here.iterdir()], capture_output=True, text=True)
+            self.assertEqual([line for line in said.stderr.splitlines() if "vqloan" in line], [])
+
+    def test_completion_offers_what_the_program_has(self):
+        script = next(self.tree.glob("share/bash-completion/completions/vqloan"))
+        for words, offered in (("che", ["check"]), ("ask --kind SQL", ["SQL", "SQL2"]), ("ask --inv", ["--inventory"])):
+            command = (f"shopt -s progcomp; source {script}; compopt() {{ :; }}; COMP_WORDS=(vqloan {words}); "
+                       "COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _vqloan; printf '%s\\n' \"${COMPREPLY[@]}\"")
+            said = run("bash", "-c", command, env={**os.environ, "PATH": f"{self.tree}/bin:{os.environ['PATH']}"})
+            self.assertEqual(sorted(said.split()), offered, words)
+
     def test_a_client_in_cpp_builds_outside_the_tree(self):
         flags = cached("CMAKE_CXX_FLAGS")
         source = next(self.tree.glob("share/doc/*/examples/clients"))
@@ -63,10 +87,7 @@ class Installed(unittest.TestCase):
             f"-DCMAKE_CXX_COMPILER={cached('CMAKE_CXX_COMPILER')}", f"-DCMAKE_CXX_FLAGS={flags}")
         run("cmake", "--build", self.scratch / "client")
         registered = self.scratch / "registered"
-        registered.mkdir()
-        for file in (self.component, self.site / "SvrDisp.ini"):
-            shutil.copy(file, registered)
-        (registered / "libautomation.so.4").symlink_to(next(self.tree.glob("lib*/**/libautomation.so.4")))
+        run(self.tree / "bin/vqloan", "site", registered, "--sample", "--copies=10")
         run(self.tree / "bin/vqloan", "register", "--site", registered, env=self.environment)
         self.assertIn("Disponibile", run(self.scratch / "client/ask", "SQL2", "00", "KA000001", env=self.environment))
 
@@ -83,7 +104,7 @@ class Installed(unittest.TestCase):
         self.assertEqual(pathlib.Path(component).resolve(), self.component.resolve())
 
     def test_the_python_package(self):
-        tools = "import pip, setuptools, wheel"
+        tools = "import setuptools, wheel, pip"  # pip brings a distutils of its own along
         python = next((p for p in (sys.executable, "/usr/bin/python3")
                        if subprocess.run([p, "-c", tools], capture_output=True).returncode == 0), None)
         if not python:

@@ -58,6 +58,24 @@ TEST(Documents, HaveEverySetting)
     expectEach(part(guide, "\n## SvrDisp.ini\n", "\n## "), rows, "\n\\| [A-Z]+ \\| [A-Z]+ \\|");
 }
 
+TEST(Documents, TheManualPageHasEverySettingAndMessage)
+{
+    const std::string page =
+        part(read(SOURCE_DIRECTORY "/client/vqloan.5"), "\n.SH SvrDisp.ini", "\n.SS Placeholders");
+    for (const site::Setting& setting : site::settings) {
+        const std::string byDefault = text::toUtf8(setting.byDefault);
+        EXPECT_EQ(count(part(page, "\n.SS [" + text::toUtf8(setting.section) + "]", "\n.SS"),
+                        "\n\\.B " + text::toUtf8(setting.key) + "\n(?:(?!Default:)[^])*Default: \\\\?" +
+                            (byDefault.empty() ? "empty" : byDefault) + "[.,]"),
+                  1)
+            << text::toUtf8(setting.key);
+    }
+    EXPECT_EQ(count(page, "\n\\.B [A-Z]+\n"), std::ssize(site::settings));
+    for (const site::MessageRow& row : site::messages)
+        EXPECT_EQ(count(page, "\n\\.IP " + text::toUtf8(row.code) + "\n"), 1);
+    EXPECT_EQ(count(page, "\n\\.IP "), std::ssize(site::messages));
+}
+
 TEST(Documents, HaveEveryMessage)
 {
     std::vector<std::string> rows, keys;

@@ -1,0 +1,15 @@
+# Sets sample_files to a source with the files of examples/site word for word: they are in the program, so that it can
+# make a site wherever it is.
+set(sample_files ${CMAKE_CURRENT_BINARY_DIR}/SampleFiles.cpp)
+set(content "#include \"SampleFiles.h\"\n\nnamespace vqloan::client::files {\n")
+foreach(entry settings:SvrDisp.ini parameters:CLIENT.PAR schema:schema.sql)
+  string(REGEX MATCH "^([a-z]+):(.+)$" matched ${entry})
+  set(name ${CMAKE_MATCH_1})
+  set(file ${PROJECT_SOURCE_DIR}/examples/site/${CMAKE_MATCH_2})
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${file})
+  file(SIZE ${file} size)
+  file(READ ${file} bytes HEX)
+  string(REGEX REPLACE "(..)" "\\\\x\\1" bytes ${bytes})
+  string(APPEND content "const std::string_view ${name}(\"${bytes}\", ${size});\n")
+endforeach()
+file(GENERATE OUTPUT ${sample_files} CONTENT "${content}}\n")
