@@ -27,20 +27,33 @@ void writeRequest(std::int32_t fileNo, std::u16string_view path, std::u16string_
 }
 
 // Takes the answer as soon as its file is there; false when none came before the deadline. A file that an
-// earlier request's answer has left there is taken as well: nothing tells the two apart.
-bool awaitAnswer(std::u16string& path, std::int32_t deadline, std::int32_t& fileNo, std::u16string& answer)
+// earlier request's answer has left there is taken as well: nothing tells the two apart. `isThere` stays set
+// when taking it fails.
+bool awaitAnswer(std::u16string& path, std::int32_t deadline, std::int32_t& fileNo, std::u16string& answer,
+                 bool& isThere)
 {
     do {
         if (sysTools().FileExists(path)) {
+            isThere = true;
             fileNo = files::freeNumber();
             files::openForReading(fileNo, path, files::Place::shared);
             answer = files::readLine(fileNo);
             files::close(fileNo);
             files::remove(path);
+            isThere = false;
             return true;
         }
     } while (sysTools().TickCount() <= deadline);
     return false;
+}
+
+// An answer that could not be taken must not be taken for that of the next question.
+void drop(std::u16string_view answerFile) noexcept
+{
+    try {
+        files::remove(answerFile);
+    } catch (...) { // what could be done has been
+    }
 }
 
 } // namespace
@@ -50,14 +63,16 @@ bool DispSvr::CallSql(std::u16string_view Cmd, std::u16string_view Inv, std::u16
 {
     bool failed = true;
     std::int32_t fileNo = 0;
+    std::u16string answerFile;
+    bool isThere = false;
     try {
         const std::u16string requestFile = exchangeFile(*this, site::requestExtension);
-        std::u16string answerFile = exchangeFile(*this, site::answerExtension);
+        answerFile = exchangeFile(*this, site::answerExtension);
 
         fileNo = files::freeNumber();
         writeRequest(fileNo, requestFile, site::requestLine(Cmd, Inv, Bib));
 
-        if (!awaitAnswer(answerFile, deadlineAfter(ClientTimeout), fileNo, Answer)) {
+        if (!awaitAnswer(answerFile, deadlineAfter(ClientTimeout), fileNo, Answer, isThere)) {
             Answer = Bib;
             const auto noAnswer = Find_Messa(site::codeOf(site::Message::noAnswer), TabMessa);
             Answer.append(site::tab).append(noAnswer).append(u" ");
@@ -70,6 +85,8 @@ bool DispSvr::CallSql(std::u16string_view Cmd, std::u16string_view Inv, std::u16
         recordFailure(shortSource, u".CallSql");
     }
     CloseFileNo(fileNo);
+    if (isThere)
+        drop(answerFile);
     return failed;
 }
 

@@ -1,8 +1,8 @@
 // Makes the n-th allocation fail, once and from there on, for every n of a client's work: load, create, open,
 // ask, read the failure, release. Whatever fails, fails with 7 or E_OUTOFMEMORY, and the next call works.
 //
-//   allocation_faults [STEP]       every STEP-th n, every one by default; status 1 when something was found
-//   allocation_faults soak TURNS   questions without a fault, in flat memory and with no file left open
+//   allocations [STEP]       every STEP-th n, every one by default; status 1 when something was found
+//   allocations soak TURNS   questions without a fault, in flat memory and with no file left open
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -17,9 +17,7 @@
 #include <dlfcn.h>
 #include <unistd.h>
 
-#include "Network.h"
-#include "Site.h"
-#include "SqliteFile.h"
+#include "Sites.h"
 
 // --- The allocations ---
 
@@ -75,49 +73,6 @@ bool isOutOfMemory(HRESULT result)
 {
     return result == E_OUTOFMEMORY || result == outOfMemory;
 }
-
-// --- The kinds ---
-
-// A site whose lines are answered without another process.
-struct Kind
-{
-    const char* name;
-    std::string question, answer;    // as `wire` writes them
-    std::function<void()> beforeAsk; // puts the counterpart's answer where it is taken from
-    std::function<void()> pendingEvent;
-};
-
-class Sites
-{
-public:
-    Sites()
-    {
-        const auto exchange = site.directory / "exchange";
-        create_directory(exchange);
-        site.settings("[CONFIG]\nPATH=" + exchange.string() + "\n[CLIENT]\nTIMEOUT=0\n" +
-                      databaseSettings(database.connectionText() + "\nUSERNAME=u\nPASSWORD=§HOME§"));
-        site.hostParameters("ID=1\nT=1\nP=" + exchange.string() +
-                            "/\n\n\n80\n\n\n\n\nzeit\nleer\n\nG=t\n"
-                            "codbib=01,aa,Civica\n");
-        const auto answerAs = [=](const char* file, const char* bytes) {
-            return [=] { write(exchange / file, bytes); };
-        };
-        for (const Question& question : questions())
-            if (question.situation == std::string("available") ||
-                question.situation == std::string("due tomorrow")) {
-                kinds[0].question += requestLine(question);
-                kinds[0].answer += answerLine(question);
-            }
-        kinds[1].beforeAsk = answerAs("ZSQL_000.CL2", "Civica\tA\r\n");
-        kinds[2].pendingEvent = answerAs("Z7000_01.CL2", "frei\r\n");
-    }
-
-    Kind kinds[3] = {{"SQL2", "", "", {}, {}},
-                     {"SQL", "01||x9\n", "Inv. X9|Civica|Inv. X9A||\n", {}, {}},
-                     {"7000", "01||x9\n", "Civica|frei||\n", {}, {}}};
-    SqliteFile database{"BEGIN;" + schemaAndRows() + "COMMIT;"};
-    Site site;
-};
 
 // --- One turn ---
 

@@ -5,6 +5,7 @@
 
 #include "component/face/DispSvrFace.h"
 #include "platform/runtime/ComPtr.h"
+#include "platform/runtime/RuntimeError.h"
 
 namespace vqloan {
 
@@ -42,7 +43,14 @@ HRESULT ClassFactory::CreateInstance(IUnknown* outer, REFIID iid, void** object)
         return CLASS_E_NOAGGREGATION;
     static_assert(std::is_nothrow_default_constructible_v<DispSvr>, "no exception may leave this function");
     const auto created = ComPtr<DispSvrFace>::adopt(new (std::nothrow) DispSvrFace);
-    return created ? created->QueryInterface(iid, object) : E_OUTOFMEMORY;
+    if (!created)
+        return E_OUTOFMEMORY;
+    try {
+        pending::prepare();
+    } catch (...) {
+        return E_OUTOFMEMORY;
+    }
+    return created->QueryInterface(iid, object);
 }
 
 HRESULT ClassFactory::LockServer(BOOL lock)

@@ -25,7 +25,7 @@ std::u16string SysTools::DirSlash(std::u16string& directory)
 {
     const std::u16string_view separators = os::separators();
     if (directory.empty())
-        return u"." + std::u16string(separators.substr(0, 1));
+        return std::u16string(u".").append(separators.substr(0, 1));
     const auto last = directory.find_last_not_of(separators);
     return directory.substr(0, last + 1) + separators[0]; // nothing but separators: the root
 }

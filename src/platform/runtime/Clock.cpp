@@ -20,8 +20,7 @@ double seconds() noexcept
 
 std::int64_t milliseconds() noexcept
 {
-    using namespace std::chrono;
-    return duration_cast<std::chrono::milliseconds>(steady_clock::now().time_since_epoch()).count();
+    return os::milliseconds();
 }
 
 } // namespace vqloan::clock

@@ -18,6 +18,9 @@ std::u16string loadedFile();
 // Today's date in the process's local time zone as it is set now.
 std::chrono::year_month_day localDate();
 
+// Milliseconds on a clock that never goes back.
+std::int64_t milliseconds() noexcept;
+
 // The text for an error code of the system.
 std::u16string errorMessage(std::int32_t code);
 

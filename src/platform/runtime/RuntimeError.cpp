@@ -1,5 +1,7 @@
 #include "platform/runtime/RuntimeError.h"
 
+#include <cxxabi.h>
+
 #include <algorithm>
 #include <new>
 #include <stdexcept>
@@ -89,6 +91,14 @@ RuntimeError::RuntimeError(Failure failure, std::int32_t lastDllErrorOfCall)
 RuntimeError::RuntimeError(std::int32_t numberOfFailure, std::u16string text, std::u16string where)
     : number(numberOfFailure), source(std::move(where)), description(std::move(text))
 {}
+
+void pending::prepare()
+{
+    // The C++ library takes memory for a thread's first exception. Where a client that is not written in C++
+    // has loaded it, the program ends when there is none.
+    static_cast<void>(abi::__cxa_get_globals());
+    perThread<Pending>();
+}
 
 void pending::set(std::exception_ptr failure) noexcept
 {

@@ -56,6 +56,8 @@ public:
 // The failure that the handler now running deals with; one per thread.
 namespace pending {
 
+// Takes what this thread's first failure would need of memory, while there is some. Throws std::bad_alloc.
+void prepare();
 // Makes a caught exception the thread's pending failure: a RuntimeError as it is, std::bad_alloc and
 // std::length_error as 7, any other as 51. Without memory for its texts it is 7 with none.
 void set(std::exception_ptr failure) noexcept;

@@ -1,5 +1,6 @@
 #include "platform/runtime/OsProcess.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -10,6 +11,7 @@
 #include <limits.h>
 #include <unistd.h>
 
+#include "platform/runtime/RuntimeError.h"
 #include "platform/runtime/Text.h"
 
 namespace vqloan::os {
@@ -70,11 +72,23 @@ std::chrono::year_month_day localDate()
 {
     ::tzset(); // localtime_r alone need not notice that TZ has changed
     const std::time_t now = std::time(nullptr);
+    if (now == std::time_t{-1}) // a day of 1969 would make loans of overdue ones
+        throw RuntimeError(Failure::DeviceIoError, errno);
     std::tm local{};
     ::localtime_r(&now, &local);
     return {std::chrono::year(local.tm_year + 1900),
             std::chrono::month(static_cast<unsigned>(local.tm_mon + 1)),
             std::chrono::day(static_cast<unsigned>(local.tm_mday))};
+}
+
+std::int64_t milliseconds() noexcept
+{
+    // The clock is there and so is the place for its time: what fails here is not the clock, and not for
+    // good.
+    timespec now;
+    while (::clock_gettime(CLOCK_MONOTONIC, &now) != 0)
+        continue;
+    return now.tv_sec * 1000LL + now.tv_nsec / 1'000'000;
 }
 
 std::u16string errorMessage(std::int32_t code)

@@ -53,6 +53,12 @@ std::chrono::year_month_day localDate()
     return {std::chrono::year(now.wYear), std::chrono::month(now.wMonth), std::chrono::day(now.wDay)};
 }
 
+std::int64_t milliseconds() noexcept
+{
+    using namespace std::chrono;
+    return duration_cast<std::chrono::milliseconds>(steady_clock::now().time_since_epoch()).count();
+}
+
 std::u16string errorMessage(std::int32_t code)
 {
     OLECHAR* found = nullptr;
