@@ -32,6 +32,12 @@ bool isFailureLine(const std::vector<std::u16string>& fields)
 
 } // namespace
 
+std::string_view nameOf(Outcome outcome) noexcept
+{
+    constexpr std::string_view names[] = {"answer", "skipped", "timeout", "failure"};
+    return names[static_cast<std::size_t>(outcome)];
+}
+
 std::vector<std::u16string> split(std::u16string_view text, std::u16string_view separator)
 {
     std::vector<std::u16string> parts;

@@ -17,8 +17,9 @@ struct AskOptions
 {
     std::string kind, site;
     std::optional<std::string> own; // the own library, where it is not the back end's own choice
-    std::string format;             // "table", "raw", "json"; empty: a table on a terminal, else raw
-    std::string file;               // empty or "-": standard input
+    std::string format; // "table", "raw", "json", "ndjson", "csv"; empty: table on a terminal, else raw
+    int wait = 10;      // seconds for another client of the same number to end
+    std::string file;   // empty or "-": standard input
     std::string library, shelf, inventory, note; // one copy, instead of a file
 };
 int ask(const AskOptions& options);

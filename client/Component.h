@@ -1,27 +1,16 @@
 // The component as a client uses it: a loaded file, one object, texts in and out.
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 
+#include "Failure.h"
 #include "Site.h"
 #include "component/face/DispSvrInterface.h"
 #include "platform/program/Program.h"
 #include "platform/runtime/ComPtr.h"
 
 namespace vqloan::client {
-
-// What the component records of a failure.
-struct Failure
-{
-    std::int32_t number = 0;
-    std::string source, description;
-    std::int32_t systemError = 0;
-
-    // On one line, for a person.
-    std::string text() const;
-};
 
 // Every operation throws std::runtime_error when the call itself fails.
 class Component

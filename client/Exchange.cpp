@@ -8,6 +8,7 @@
 #include "Log.h"
 #include "platform/program/Program.h"
 #include "platform/runtime/OsFile.h"
+#include "platform/runtime/RuntimeError.h"
 #include "platform/runtime/Text.h"
 #include "site/Exchange.h"
 
@@ -21,6 +22,8 @@ using namespace std::chrono_literals;
 
 const std::string requestExtension = text::toUtf8(site::requestExtension);
 const std::string answerExtension = text::toUtf8(site::answerExtension);
+
+const std::string lockExtension = text::toUtf8(site::lockExtension);
 
 // No request line is longer.
 constexpr std::size_t longestLine = 1024 * 1024;
@@ -79,7 +82,7 @@ Exchange::~Exchange()
 
 void Exchange::begin()
 {
-    const fs::path file = directory_ / (prefix_ + ".lock");
+    const fs::path file = directory_ / (prefix_ + lockExtension);
     lock_ = program::FileLock::tryTake(file);
     if (!lock_)
         throw std::runtime_error(name() + " is served already (" +
@@ -165,7 +168,11 @@ std::optional<Exchange::Request> Exchange::take(const std::string& client)
         begin();
     }
     const std::uint64_t number = ++lastNumber_;
-    Request request{client, number, own_ / (client + '-' + std::to_string(number)), Clock::now()};
+    Request request{.client = client,
+                    .number = number,
+                    .file = own_ / (client + '-' + std::to_string(number)),
+                    .taken = Clock::now(),
+                    .asker = askerOf(client)};
     std::error_code failed;
     // The client's next request is a new file then, even while this one is being answered; and a client that
     // still writes goes on writing into the file that was moved.
@@ -215,6 +222,8 @@ Exchange::Placed Exchange::place(const Request& request, std::string_view line,
     Placed placed = Placed::answered;
     if (!isLatest(request) || isThere(fileOf(request.client, requestExtension)))
         placed = Placed::askedAgain;
+    else if (request.asker && request.asker != askerOf(request.client))
+        placed = Placed::gone;
     else if (std::max<Clock::duration>(byFiles, before - request.taken) > wait - margin)
         placed = Placed::tooLate;
     if (placed != Placed::answered) {
@@ -236,6 +245,15 @@ void Exchange::drop(const Request& request) noexcept
     const std::lock_guard lock(mutex_);
     if (isLatest(request))
         latest_.erase(request.client);
+}
+
+std::optional<os::FileState> Exchange::askerOf(const std::string& client) const
+{
+    try {
+        return os::stateOf(fileOf(client, lockExtension).u16string());
+    } catch (const RuntimeError&) {
+        return std::nullopt;
+    }
 }
 
 bool Exchange::isLatest(const Request& request) const

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "platform/program/FileLock.h"
+#include "platform/runtime/OsFile.h"
 
 namespace vqloan::client {
 
@@ -48,6 +49,7 @@ public:
         std::uint64_t number = 0; // of all that were taken
         std::filesystem::path file;
         Clock::time_point taken;
+        std::optional<os::FileState> asker; // of the lock that `vqloan ask` holds while it asks
         std::int64_t written = 0; // by the directory's own clock, in nanoseconds; known once it was read
     };
 
@@ -69,8 +71,9 @@ public:
     enum class Placed
     {
         answered,
-        tooLate,   // the client has waited long enough to have given up
-        askedAgain // the client has given up: its next request is there
+        tooLate,    // the client has waited long enough to have given up
+        askedAgain, // the client has given up: its next request is there
+        gone        // it was `vqloan ask`, and has ended
     };
     // Puts the answer in its place, unless its client does not wait for it any more: then it is dropped.
     // Either way the request is done with. `wait`: how long clients wait. Throws when it cannot be written.
@@ -87,6 +90,7 @@ private:
     bool isBegun() const;
     void clear() const;
     void removeAnswer(const std::string& client) const;
+    std::optional<os::FileState> askerOf(const std::string& client) const;
     bool isLatest(const Request& request) const;
     std::filesystem::path fileOf(const std::string& client, std::string_view extension) const;
 

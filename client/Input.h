@@ -1,4 +1,4 @@
-// Whole files and the standard input. Both throw std::runtime_error, which names what cannot be read.
+// Whole files.
 #pragma once
 
 #include <filesystem>
@@ -6,7 +6,7 @@
 
 namespace vqloan::client {
 
+// Throws std::runtime_error, which names the file.
 std::string readFile(const std::filesystem::path& file);
-std::string readStandardInput();
 
 } // namespace vqloan::client

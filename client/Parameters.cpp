@@ -28,7 +28,7 @@ std::u16string Parameters::value(std::size_t line) const
 
 std::filesystem::path Parameters::exchangeDirectory() const
 {
-    const std::u16string directory = value(static_cast<std::size_t>(site::Line::directory));
+    const std::u16string directory = value(site::Line::directory);
     if (directory.empty())
         throw std::runtime_error("line 3 of " + file_.string() + " names no exchange directory");
     return directory;

@@ -20,6 +20,7 @@ public:
     // What follows the first "=" of a line (from 1), blanks in front kept; the whole line when it has none,
     // the empty text when there is no such line.
     std::u16string value(std::size_t line) const;
+    std::u16string value(site::Line line) const { return value(static_cast<std::size_t>(line)); }
     // Line 3. Throws std::runtime_error when it is empty.
     std::filesystem::path exchangeDirectory() const;
 

@@ -282,6 +282,9 @@ private:
         else if (placed == Exchange::Placed::askedAgain)
             log_.trouble("a client that asks again before its answer",
                          "client " + client + " has asked again before its answer, which is dropped");
+        else if (placed == Exchange::Placed::gone)
+            log_.trouble("a client that has ended",
+                         "client " + client + " has ended, and its answer is dropped");
         else
             ++answered_;
         if (options_.verbose)

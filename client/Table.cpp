@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <numeric>
+#include <ostream>
+#include <sstream>
+#include <utility>
 
 #include "platform/runtime/Text.h"
 
@@ -113,9 +116,7 @@ void append(std::u32string& out, std::vector<std::u32string> cells, const std::v
     } while (std::ranges::any_of(cells, [](const auto& rest) { return !rest.empty(); }));
 }
 
-} // namespace
-
-std::string formatTable(const std::vector<Row>& rows, std::size_t width)
+std::vector<std::vector<std::u32string>> cellsOf(const std::vector<Row>& rows)
 {
     std::vector<std::vector<std::u32string>> cells;
     for (const Row& row : rows) {
@@ -123,16 +124,56 @@ std::string formatTable(const std::vector<Row>& rows, std::size_t width)
         for (const auto& cell : row)
             cells.back().push_back(characters(cell));
     }
-    const auto widths = columnWidths(cells, width);
-    std::u32string out;
-    append(out, cells.front(), widths);
-    std::vector<std::u32string> rule;
+    return cells;
+}
+
+std::vector<std::u32string> rule(const std::vector<std::size_t>& widths)
+{
+    std::vector<std::u32string> cells;
     for (const std::size_t columnWidth : widths)
-        rule.emplace_back(columnWidth, U'─');
-    append(out, rule, widths);
-    for (std::size_t i = 1; i < cells.size(); ++i)
-        append(out, cells[i], widths);
-    return text::toUtf8(units(out));
+        cells.emplace_back(columnWidth, U'\u2500');
+    return cells;
+}
+
+} // namespace
+
+std::string formatTable(const std::vector<Row>& rows, std::size_t width)
+{
+    std::ostringstream out;
+    TableWriter table(out, rows.front(), width);
+    for (std::size_t i = 1; i < rows.size(); ++i)
+        table.add(rows[i]);
+    table.end();
+    return out.str();
+}
+
+TableWriter::TableWriter(std::ostream& out, Row heading, std::size_t width) : out_(out), width_(width)
+{
+    rows_.push_back(std::move(heading));
+}
+
+void TableWriter::add(Row row)
+{
+    constexpr std::size_t most = 1000;
+    rows_.push_back(std::move(row));
+    if (rows_.size() >= most)
+        end();
+}
+
+void TableWriter::end()
+{
+    const auto cells = cellsOf(rows_);
+    rows_.clear();
+    const bool isFirst = widths_.empty();
+    if (isFirst)
+        widths_ = columnWidths(cells, width_);
+    std::u32string text;
+    for (std::size_t i = 0; i < cells.size(); ++i) {
+        append(text, cells[i], widths_);
+        if (isFirst && i == 0)
+            append(text, rule(widths_), widths_);
+    }
+    out_ << text::toUtf8(units(text));
 }
 
 } // namespace vqloan::client

@@ -1,6 +1,8 @@
 // A table for a terminal.
 #pragma once
 
+#include <cstddef>
+#include <iosfwd>
 #include <string>
 #include <vector>
 
@@ -12,5 +14,21 @@ using Row = std::vector<std::u16string>;
 // made narrower and their cells continue on further lines. The first row is the heading. UTF-8; control
 // characters, which could drive the terminal, become blanks.
 std::string formatTable(const std::vector<Row>& rows, std::size_t width);
+
+// The same for any number of rows: the columns are as wide as the first of them need.
+class TableWriter
+{
+public:
+    TableWriter(std::ostream& out, Row heading, std::size_t width);
+    void add(Row row);
+    // Writes what is not written yet.
+    void end();
+
+private:
+    std::ostream& out_;
+    std::size_t width_;
+    std::vector<Row> rows_; // not written yet
+    std::vector<std::size_t> widths_;
+};
 
 } // namespace vqloan::client

@@ -1,69 +1,38 @@
 // vqloan ask: request lines in, answers out.
+#include <algorithm>
 #include <chrono>
 #include <iostream>
 #include <iterator>
+#include <map>
 #include <memory>
-#include <optional>
 #include <stdexcept>
 
-#include "Answer.h"
+#include "AnswerJson.h"
+#include "Asker.h"
 #include "Commands.h"
-#include "Component.h"
-#include "Input.h"
-#include "Json.h"
+#include "Log.h"
+#include "Requests.h"
 #include "Table.h"
+#include "Turn.h"
+#include "platform/program/Program.h"
 #include "platform/runtime/Text.h"
+#include "site/Messages.h"
 #include "site/Texts.h"
 
 namespace vqloan::client {
 
 namespace {
 
-struct Counts
-{
-    std::size_t answered = 0, skipped = 0, failed = 0;
+// --- What is told on standard error ---
 
-    void add(Outcome outcome)
-    {
-        ++(outcome == Outcome::answer ? answered : outcome == Outcome::skipped ? skipped : failed);
-    }
-};
-
-// --- Requests ---
-
-// Empty lines are passed over.
-std::vector<std::u16string> requestLines(const AskOptions& options)
-{
-    const bool single = !(options.library + options.shelf + options.inventory + options.note).empty();
-    if (single && !options.file.empty())
-        throw std::runtime_error("either a file or one copy can be asked about, not both");
-    if (single)
-        return {text::fromUtf8(options.library + '\t' + options.shelf + '\t' + options.inventory + '\t' +
-                               options.note)};
-    const bool standardInput = options.file.empty() || options.file == "-";
-    std::string bytes = standardInput ? readStandardInput() : readFile(options.file);
-    if (!text::isUtf8(bytes))
-        throw std::runtime_error("the request is not UTF-8");
-    if (bytes.starts_with("\xEF\xBB\xBF"))
-        bytes.erase(0, 3);
-    std::vector<std::u16string> lines;
-    for (auto& line : split(text::fromUtf8(bytes), u"\n")) {
-        if (line.ends_with(u'\r'))
-            line.pop_back();
-        if (!line.empty())
-            lines.push_back(std::move(line));
-    }
-    return lines;
-}
-
-// --- Progress ---
-
-// A bar on the terminal that errors go to, once the asking takes time; nothing elsewhere.
+// A bar on the terminal that errors go to, once the asking takes time; nothing where the answers go there
+// too.
 class Progress
 {
 public:
-    explicit Progress(std::size_t total)
-        : total_(total), shown_(program::terminalColumns(program::Stream::errors) > 0)
+    explicit Progress(const Requests& requests)
+        : requests_(requests), shown_(program::terminalColumns(program::Stream::errors) > 0 &&
+                                      program::terminalColumns(program::Stream::output) == 0)
     {}
     ~Progress() { clear(); }
 
@@ -74,9 +43,12 @@ public:
             return;
         next_ = now + std::chrono::milliseconds(100);
         constexpr std::size_t width = 40;
-        const std::size_t filled = width * done / total_;
-        std::cerr << "\r[" << std::string(filled, '=') << std::string(width - filled, ' ') << "] " << done
-                  << '/' << total_ << std::flush;
+        std::cerr << '\r';
+        if (const auto share = requests_.share()) {
+            const auto filled = static_cast<std::size_t>(width * *share);
+            std::cerr << '[' << std::string(filled, '=') << std::string(width - filled, ' ') << "] ";
+        }
+        std::cerr << done << " asked" << std::flush;
         drawn_ = true;
     }
     void clear()
@@ -88,204 +60,274 @@ public:
 
 private:
     using Clock = std::chrono::steady_clock;
-    std::size_t total_;
+    const Requests& requests_;
     bool shown_, drawn_ = false;
     Clock::time_point next_ = Clock::now() + std::chrono::milliseconds(500);
 };
 
-// --- Asking ---
-
-// Whether the component recorded why a line failed. What it recorded for an earlier line stays, and so must
-// not be looked at for a message that the gateway sent, or for a line without an inventory number.
-bool isRecorded(Kind kind, std::u16string_view message)
+// Equal failures once, when they begin; how many there were, at the end.
+class Complaints
 {
-    switch (kind) {
-    case Kind::database:
-        return message.starts_with(site::databaseFailed);
-    case Kind::gateway:
-        return message == site::gatewayFailed;
-    case Kind::host:
-        return message.empty();
-    case Kind::none:
-        break;
+public:
+    void add(std::size_t request, const std::string& text)
+    {
+        constexpr std::size_t mostKinds = 100;
+        if (counts_.size() < mostKinds && counts_[text]++ == 0)
+            std::cerr << "vqloan: request " << request << ": " << printable(text) << '\n';
     }
-    return false;
-}
+    void end() const
+    {
+        for (const auto& [text, count] : counts_)
+            if (count > 1)
+                std::cerr << "vqloan: " << count << " requests: " << printable(text) << '\n';
+    }
 
-// Lines are asked one by one: within one call the component moves the lines of its own library to the front
-// and sorts those of the "7000" back end, and an answer does not always tell which line it belongs to.
-Answer askLine(Component& component, Kind kind, const std::u16string& request,
-               std::optional<Failure>& recorded)
+private:
+    std::map<std::string, std::size_t> counts_;
+};
+
+struct Counts
 {
-    const std::u16string block = component.answer(request + std::u16string(site::lineEnd));
-    Answer answer;
-    if (block.ends_with(site::lineEnd))
-        answer = takeApart(kind, std::u16string_view(block).substr(0, block.size() - 2));
-    if (answer.outcome != Outcome::failure)
-        return answer;
-    if (block.empty() || isRecorded(kind, answer.availability))
-        recorded = component.lastFailure();
-    if (answer.availability.empty())
-        answer.availability = recorded ? text::fromUtf8(recorded->description) : u"no answer";
-    return answer;
-}
+    std::size_t byOutcome[4] = {};
+
+    std::size_t& of(Outcome outcome) { return byOutcome[static_cast<std::size_t>(outcome)]; }
+    std::string text()
+    {
+        std::string all = std::to_string(of(Outcome::answer)) + " answered, " +
+                          std::to_string(of(Outcome::skipped)) + " skipped, ";
+        if (of(Outcome::timeout) > 0)
+            all += std::to_string(of(Outcome::timeout)) + " timed out, ";
+        return all + std::to_string(of(Outcome::failure)) + " failed";
+    }
+};
+
+// --- What goes to standard output ---
 
 class Printer
 {
 public:
     virtual ~Printer() = default;
-    virtual void line(const std::vector<std::u16string>& request, const Answer& answer) = 0;
-    virtual void end(const Counts& counts) = 0;
+    virtual void line(std::u16string_view request, const Answer& answer) = 0;
+    virtual void end(Counts&) {}
 };
 
 class TablePrinter : public Printer
 {
 public:
-    void line(const std::vector<std::u16string>& request, const Answer& answer) override
+    void line(std::u16string_view request, const Answer& answer) override
     {
-        const auto field = [&](std::size_t i) { return i < request.size() ? request[i] : std::u16string(); };
-        const std::u16string mark = answer.outcome == Outcome::failure ? u"FAILED: " : u"";
-        rows_.push_back({field(0), answer.library == field(0) ? u"" : answer.library, field(1), field(2),
-                         mark + answer.availability});
+        auto fields = split(request, site::tab);
+        fields.resize(4);
+        const std::u16string_view mark = answer.outcome == Outcome::failure   ? u"FAILED: "
+                                         : answer.outcome == Outcome::timeout ? u"NO ANSWER: "
+                                                                              : u"";
+        table_.add({fields[0], answer.library == fields[0] ? u"" : answer.library, fields[1], fields[2],
+                    std::u16string(mark) + answer.availability});
     }
-    void end(const Counts& counts) override
+    void end(Counts& counts) override
     {
-        const int columns = program::terminalColumns(program::Stream::output);
-        std::cout << formatTable(rows_, columns > 0 ? static_cast<std::size_t>(columns) : 80) << '\n'
-                  << counts.answered << " answered, " << counts.skipped << " skipped, " << counts.failed
-                  << " failed\n";
+        table_.end();
+        std::cout << '\n' << counts.text() << '\n';
     }
 
 private:
-    std::vector<Row> rows_{{u"Code", u"Library", u"Shelf mark", u"Inventory", u"Availability"}};
+    static std::size_t width()
+    {
+        const int columns = program::terminalColumns(program::Stream::output);
+        return columns > 0 ? static_cast<std::size_t>(columns) : 80;
+    }
+
+    TableWriter table_{
+        std::cout, {u"Code", u"Library", u"Shelf mark", u"Inventory", u"Availability"}, width()};
 };
 
 class JsonPrinter : public Printer
 {
 public:
-    void line(const std::vector<std::u16string>& request, const Answer& answer) override
+    void line(std::u16string_view request, const Answer& answer) override
     {
-        constexpr const char* names[] = {"library", "shelf", "inventory", "note"};
-        std::cout << (first_ ? "[\n" : ",\n") << "{\"request\": {";
+        std::cout << (first_ ? "[\n" : ",\n") << toJson(request, answer);
         first_ = false;
-        for (std::size_t i = 0; i < std::size(names); ++i)
-            std::cout << (i ? ", \"" : "\"") << names[i]
-                      << "\": " << jsonText(i < request.size() ? request[i] : u"");
-        std::cout << "}, \"outcome\": \"" << outcomeName(answer.outcome)
-                  << "\", \"library\": " << jsonText(answer.library)
-                  << ", \"availability\": " << jsonText(answer.availability) << ", \"fields\": [";
-        for (std::size_t i = 0; i < answer.fields.size(); ++i)
-            std::cout << (i ? ", " : "") << jsonText(answer.fields[i]);
-        std::cout << "]}";
     }
-    void end(const Counts&) override { std::cout << (first_ ? "[]\n" : "\n]\n"); }
+    void end(Counts&) override { std::cout << (first_ ? "[]\n" : "\n]\n"); }
 
 private:
-    static const char* outcomeName(Outcome outcome)
-    {
-        return outcome == Outcome::answer ? "answer" : outcome == Outcome::skipped ? "skipped" : "failure";
-    }
     bool first_ = true;
 };
 
-Counts askEach(Component& component, Kind kind, const std::vector<std::u16string>& requests, Printer& printer)
+class JsonLinesPrinter : public Printer
 {
-    Counts counts;
-    Progress progress(requests.size());
-    for (std::size_t i = 0; i < requests.size(); ++i) {
-        progress.at(i);
-        std::optional<Failure> recorded;
-        const Answer answer = askLine(component, kind, requests[i], recorded);
-        counts.add(answer.outcome);
-        if (answer.outcome == Outcome::failure) {
+public:
+    void line(std::u16string_view request, const Answer& answer) override
+    {
+        std::cout << toJson(request, answer) << '\n';
+    }
+};
+
+class CsvPrinter : public Printer
+{
+public:
+    CsvPrinter() { std::cout << csvHeading() << "\r\n"; }
+    void line(std::u16string_view request, const Answer& answer) override
+    {
+        std::cout << toCsv(request, answer) << "\r\n";
+    }
+};
+
+// The component's own text.
+class RawPrinter : public Printer
+{
+public:
+    void line(std::u16string_view, const Answer& answer) override
+    {
+        for (std::size_t i = 0; i < answer.fields.size(); ++i)
+            std::cout << (i ? "\t" : "") << text::toUtf8(answer.fields[i]);
+        if (!answer.fields.empty())
+            std::cout << "\r\n";
+    }
+};
+
+std::unique_ptr<Printer> makePrinter(const std::string& format)
+{
+    if (format == "table")
+        return std::make_unique<TablePrinter>();
+    if (format == "json")
+        return std::make_unique<JsonPrinter>();
+    if (format == "ndjson")
+        return std::make_unique<JsonLinesPrinter>();
+    if (format == "csv")
+        return std::make_unique<CsvPrinter>();
+    return std::make_unique<RawPrinter>();
+}
+
+// --- Asking ---
+
+class Asking
+{
+public:
+    Asking(Asker& asker, Requests& requests, Printer& printer)
+        : asker_(asker), requests_(requests), printer_(printer)
+    {}
+
+    // In the order of the requests, each answer told as soon as it is there.
+    Counts inOrder()
+    {
+        Progress progress(requests_);
+        for (auto block = next(asker_.mostAtOnce()); !block.empty(); block = next(asker_.mostAtOnce())) {
+            progress.at(asked_);
+            const auto answers = asker_.ask(linesOf(block));
             progress.clear();
-            std::cerr << "vqloan: request " << i + 1 << ": "
-                      << (recorded ? recorded->text() : text::toUtf8(answer.availability)) << '\n';
+            for (std::size_t i = 0; i < block.size(); ++i)
+                tell(block[i].number, block[i].line, answers[i]);
+            flush();
         }
-        printer.line(split(requests[i], site::tab), answer);
+        return end();
     }
-    progress.clear();
-    printer.end(counts);
-    return counts;
-}
 
-// --- Asking in blocks, for the component's answer as it is ---
-
-// The most lines that one call takes. The component sorts the lines of the "7000" back end within 32,767
-// characters.
-std::size_t blockSize(Kind kind)
-{
-    return kind == Kind::host ? 200 : 32766;
-}
-
-void count(Kind kind, std::u16string_view block, Counts& counts)
-{
-    for (const auto& line : split(block.substr(0, block.size() - 2), site::lineEnd))
-        counts.add(takeApart(kind, line).outcome);
-}
-
-// A block that fails as a whole is asked again in halves, down to the line that cannot be asked.
-void askBlock(Component& component, Kind kind, const std::vector<std::u16string>& requests, std::size_t first,
-              std::size_t last, Counts& counts)
-{
-    std::u16string block;
-    for (std::size_t i = first; i < last; ++i)
-        block.append(requests[i]).append(site::lineEnd);
-    const std::u16string answer = component.answer(block);
-    if (!answer.empty()) {
-        std::cout << text::toUtf8(answer);
-        count(kind, answer, counts);
-    } else if (last - first > 1) {
-        const std::size_t middle = first + (last - first) / 2;
-        askBlock(component, kind, requests, first, middle, counts);
-        askBlock(component, kind, requests, middle, last, counts);
-    } else {
-        ++counts.failed;
-        std::cerr << "vqloan: request " << first + 1 << ": " << component.lastFailure().text() << '\n';
+    // As the component orders them, in blocks as large as it takes.
+    Counts inItsOrder()
+    {
+        Progress progress(requests_);
+        for (auto block = wholeBlock(); !block.empty(); block = wholeBlock()) {
+            progress.at(asked_);
+            const Asker::Text text = asker_.askAsOne(linesOf(block));
+            progress.clear();
+            for (const Answer& answer : text.answers)
+                tell(block.front().number, {}, answer);
+            flush();
+        }
+        return end();
     }
-}
 
-Counts askInBlocks(Component& component, Kind kind, const std::vector<std::u16string>& requests)
-{
-    Counts counts;
-    Progress progress(requests.size());
-    const std::size_t size = blockSize(kind);
-    for (std::size_t first = 0; first < requests.size(); first += size) {
-        progress.at(first);
-        askBlock(component, kind, requests, first, std::min(first + size, requests.size()), counts);
+private:
+    // Without those that are refused.
+    std::vector<Request> next(std::size_t most)
+    {
+        for (;;) {
+            auto block = requests_.next(most);
+            if (block.empty())
+                return block;
+            std::erase_if(block, [this](const Request& request) {
+                if (request.refusal.empty())
+                    return false;
+                ++counts_.of(Outcome::failure);
+                complaints_.add(request.number, request.refusal);
+                return true;
+            });
+            asked_ += block.size();
+            if (!block.empty())
+                return block;
+        }
     }
-    progress.clear();
-    if (counts.failed > 0)
-        std::cerr << "vqloan: " << counts.failed << " of " << requests.size() << " lines failed\n";
-    return counts;
-}
+    std::vector<Request> wholeBlock()
+    {
+        const std::size_t size = asker_.mostAsOne();
+        auto block = next(size);
+        while (block.size() < size) {
+            auto more = next(size - block.size());
+            if (more.empty())
+                break;
+            std::ranges::move(more, std::back_inserter(block));
+        }
+        return block;
+    }
+    static std::vector<std::u16string> linesOf(const std::vector<Request>& block)
+    {
+        std::vector<std::u16string> lines;
+        for (const Request& request : block)
+            lines.push_back(request.line);
+        return lines;
+    }
+    void tell(std::size_t number, std::u16string_view request, const Answer& answer)
+    {
+        ++counts_.of(answer.outcome);
+        if (answer.outcome == Outcome::failure || answer.outcome == Outcome::timeout)
+            complaints_.add(number,
+                            answer.failure ? answer.failure->text() : text::toUtf8(answer.availability));
+        printer_.line(request, answer);
+    }
+    static void flush()
+    {
+        if (!std::cout.flush())
+            throw std::runtime_error("the output cannot be written");
+    }
+    Counts end()
+    {
+        printer_.end(counts_);
+        complaints_.end();
+        if (asked_ == 0 && counts_.of(Outcome::failure) > 0)
+            throw std::runtime_error("nothing could be asked");
+        return counts_;
+    }
+
+    Asker& asker_;
+    Requests& requests_;
+    Printer& printer_;
+    Complaints complaints_;
+    Counts counts_;
+    std::size_t asked_ = 0;
+};
 
 } // namespace
 
 int ask(const AskOptions& options)
 {
-    const auto requests = requestLines(options);
     const Kind kind = site::kindNamed(text::fromUtf8(options.kind));
     const Site site(options.site);
-    Component component(site);
-    if (!component.open(options.kind))
-        throw std::runtime_error("the back end cannot be opened: " + component.lastFailure().text() +
-                                 "\n`vqloan check --kind " + options.kind + "` tells what to do about it");
-    if (options.own)
-        component.setOwnLibrary(*options.own);
+    Requests requests(options);
+    const Turn turn(site, kind, std::chrono::seconds(options.wait));
+    Asker asker(site, kind);
 
     std::string format = options.format;
     if (format.empty())
         format = program::terminalColumns(program::Stream::output) > 0 ? "table" : "raw";
-    Counts counts;
-    if (format == "raw") {
-        counts = askInBlocks(component, kind, requests);
-    } else {
-        const std::unique_ptr<Printer> printer =
-            format == "json" ? std::unique_ptr<Printer>(new JsonPrinter) : std::make_unique<TablePrinter>();
-        counts = askEach(component, kind, requests, *printer);
-    }
-    return counts.failed == 0 ? allWell : someFailed;
+    const bool inItsOrder = format == "raw" && (kind == Kind::host || options.own);
+    if (inItsOrder && options.own)
+        asker.setOwnLibrary(*options.own);
+    const auto printer = makePrinter(format);
+    Asking asking(asker, requests, *printer);
+    Counts counts = inItsOrder ? asking.inItsOrder() : asking.inOrder();
+    return counts.of(Outcome::failure) + counts.of(Outcome::timeout) == 0 ? allWell : someFailed;
 }
 
 } // namespace vqloan::client

@@ -171,7 +171,7 @@ private:
             return; // found above
         report_.section(u"Messages", {u"Code", u"Reports", u"Text"});
         for (std::size_t i = 0; i < std::size(site::messages); ++i) {
-            const auto& [code, reporter, situation] = site::messages[i];
+            const auto& [code, reporter, status, situation] = site::messages[i];
             if (reporter != kind)
                 continue;
             const std::u16string number(code), message = value(site::messageText(code));

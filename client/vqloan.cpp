@@ -2,19 +2,30 @@
 // how it is said.
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <iostream>
+#include <numeric>
+#include <stdexcept>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 #include "Commands.h"
+#include "Log.h"
 #include "platform/automation/Automation.h"
 
 using namespace vqloan::client;
 
 namespace {
 
+// Of what is told in seconds or milliseconds.
+constexpr int longestTime = 1000 * 1000;
+
 void addKind(CLI::App* command, std::string& kind)
 {
     command->add_option("--kind", kind, "Back end: SQL2 (database), SQL (gateway), 7000 (host)")
         ->required()
+        ->envname("VQLOAN_KIND")
         ->type_name("KIND")
         ->transform(CLI::IsMember({"SQL2", "SQL", "7000"}, CLI::ignore_case).description(""));
 }
@@ -22,6 +33,7 @@ void addKind(CLI::App* command, std::string& kind)
 void addSite(CLI::App* command, std::string& site)
 {
     command->add_option("--site", site, "Directory of the settings (default: that of vqloan)")
+        ->envname("VQLOAN_SITE")
         ->type_name("DIR");
 }
 
@@ -31,9 +43,13 @@ CLI::App* addAsk(CLI::App& program, AskOptions& options)
     addKind(command, options.kind);
     addSite(command, options.site);
     command->add_option("--own", options.own, "Own library, answered first in raw text")->type_name("CODE");
-    command->add_option("--format", options.format, "table (on a terminal), raw (elsewhere), json")
+    command
+        ->add_option("--format", options.format, "table (at a terminal), raw (else), json, ndjson, csv")
         ->type_name("FORMAT")
-        ->check(CLI::IsMember({"table", "raw", "json"}).description(""));
+        ->check(CLI::IsMember({"table", "raw", "json", "ndjson", "csv"}).description(""));
+    command->add_option("--wait", options.wait, "How long to wait for another asker of this number (10)")
+        ->type_name("S")
+        ->check(CLI::Range(0, longestTime).description(""));
     command->add_option("FILE", options.file, "Request lines in UTF-8 (default: standard input)")
         ->type_name("");
     const auto add = [&](const char* name, std::string& value, const char* description) {
@@ -44,12 +60,13 @@ CLI::App* addAsk(CLI::App& program, AskOptions& options)
     add("--inventory", options.inventory, "Inventory number");
     add("--note", options.note, "Note");
     command->footer("A request line is: library code, shelf mark, inventory number, note, with TABs\n"
-                    "between. Empty lines are passed over.\n\n"
+                    "between. Empty lines are passed over. Answers come in the order of the lines;\n"
+                    "in raw text those of kind 7000, and those asked with --own, in the component's.\n\n"
                     "Examples:\n"
                     "  vqloan ask --kind SQL2 --site /srv/vqloan --library 01 --inventory KA000002\n"
                     "  vqloan ask --kind 7000 --site /srv/vqloan --format json requests.txt\n"
                     "  printf '01\\t853 CAL\\tKA000009\\t\\n' | vqloan ask --kind SQL --site /srv/vqloan\n\n"
-                    "Exit status: 0 all lines answered, 1 some failed, 2 nothing could be asked.");
+                    "Exit status: 0 all lines answered, 1 some failed or timed out, 2 nothing asked.");
     return command;
 }
 
@@ -74,10 +91,10 @@ void addServing(CLI::App* command, ServeOptions& options, const char* byDefault,
         ->type_name("DIR");
     command->add_option("--delay", options.delay, "Time before an answer, as of a slow system")
         ->type_name("MS")
-        ->check(CLI::NonNegativeNumber.description(""));
+        ->check(CLI::Range(0, longestTime).description(""));
     command->add_option("--wait", options.wait, std::string("How long clients wait (default: ") + wait + ")")
         ->type_name("S")
-        ->check(CLI::PositiveNumber.description(""));
+        ->check(CLI::Range(1, longestTime).description(""));
     command->add_option("--workers", options.workers, "Requests answered at once (default: 2)")
         ->type_name("N")
         ->check(CLI::Range(1, 64).description(""));
@@ -136,6 +153,39 @@ CLI::App* addRegistration(CLI::App& program, const char* name, const char* descr
     return command;
 }
 
+// How many letters are to be put in, taken out or changed to make one word of the other.
+std::size_t distance(std::string_view a, std::string_view b)
+{
+    std::vector<std::size_t> row(b.size() + 1);
+    std::iota(row.begin(), row.end(), std::size_t{0});
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        std::size_t diagonal = std::exchange(row[0], i + 1);
+        for (std::size_t j = 0; j < b.size(); ++j) {
+            const std::size_t changed = diagonal + (a[i] == b[j] ? 0 : 1);
+            diagonal = std::exchange(row[j + 1], std::min({changed, row[j] + 1, row[j + 1] + 1}));
+        }
+    }
+    return row.back();
+}
+
+// Throws std::runtime_error for a word in a command's place that is none.
+void checkCommand(const CLI::App& program, int argc, char** argv)
+{
+    if (argc < 2 || argv[1][0] == '-')
+        return;
+    const std::string word = argv[1];
+    std::string nearest;
+    for (const CLI::App* const command : program.get_subcommands(nullptr)) {
+        const std::string name = command->get_name();
+        if (name == word)
+            return;
+        if (nearest.empty() || distance(word, name) < distance(word, nearest))
+            nearest = name;
+    }
+    throw std::runtime_error("no such command: " + printable(word) +
+                             (distance(word, nearest) <= 2 ? "; did you mean " + nearest + "?" : ""));
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -143,7 +193,7 @@ int main(int argc, char** argv)
     CLI::App program{"Tells whether copies can be had from the libraries of a network."};
     program.name("vqloan");
     program.get_formatter()->column_width(26);
-    program.set_version_flag("--version", "vqloan " VQLOAN_VERSION);
+    program.set_version_flag("-V,--version", "vqloan " VQLOAN_VERSION);
     program.require_subcommand(1);
     program.footer("`vqloan ask --help` has examples, and so has each other subcommand.");
 
@@ -167,6 +217,7 @@ int main(int argc, char** argv)
 
     CoInitialize(nullptr);
     try {
+        checkCommand(program, argc, argv);
         program.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         // Help and the version come this way too, with status 0.
@@ -175,7 +226,7 @@ int main(int argc, char** argv)
         std::cerr << "vqloan: " << error.what() << '\n';
         status = nothingDone;
     }
-    if (!std::cout.flush()) {
+    if (!std::cout.flush() && status != nothingDone) {
         std::cerr << "vqloan: the output cannot be written\n";
         status = nothingDone;
     }

@@ -20,6 +20,9 @@ namespace vqloan::site {
 
 inline constexpr std::u16string_view requestExtension = u".CL1";
 inline constexpr std::u16string_view answerExtension = u".CL2";
+// Held by `vqloan ask` on its client number, and by a server on its prefix. No counterpart needs to know of
+// it.
+inline constexpr std::u16string_view lockExtension = u".lock";
 inline constexpr std::u16string_view gatewayPrefix = u"ZSQL_";
 inline constexpr std::u16string_view hostPrefix = u"Z7000_";
 

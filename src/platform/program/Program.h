@@ -4,11 +4,16 @@
 #include <filesystem>
 #include <string>
 #include <system_error>
+#include <vector>
 
 namespace vqloan::program {
 
 // The running program's own file, absolute, links resolved.
 std::filesystem::path file();
+
+// Files that are to go when the user or the system ends the program before it has removed them itself. Each
+// call replaces the former one. On Windows a file that is open stays.
+void removeWhenEnded(const std::vector<std::filesystem::path>& files);
 
 // Ends the program where threads of it are not to be waited for: writes the standard streams out, and runs
 // nothing else.

@@ -42,6 +42,11 @@ std::optional<FileLock> FileLock::tryTake(const std::filesystem::path& file)
                 return std::nullopt;
             fail(errno, file);
         }
+        // Left by one that was killed: the new one is another file, so that others can tell who asks.
+        if (mine.st_size > 0) {
+            unlink(file.c_str());
+            continue;
+        }
         // Its last holder may have removed it before it was locked here; then it locks nothing.
         if (stat(file.c_str(), &there) != 0 || mine.st_ino != there.st_ino || mine.st_dev != there.st_dev)
             continue;

@@ -4,6 +4,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -13,9 +14,39 @@
 
 namespace vqloan::program {
 
+namespace {
+
+// Lives as long as a signal may come; replaced as a whole. What looks at it may call little more than the
+// system itself.
+std::atomic<const std::vector<std::string>*> toRemove = nullptr;
+
+void removeAndEnd(int number)
+{
+    for (const std::string& file : *toRemove.load())
+        unlink(file.c_str());
+    signal(number, SIG_DFL);
+    raise(number); // takes effect when this returns
+}
+
+} // namespace
+
 std::filesystem::path file()
 {
     return std::filesystem::read_symlink("/proc/self/exe");
+}
+
+void removeWhenEnded(const std::vector<std::filesystem::path>& files)
+{
+    toRemove = new std::vector<std::string>(files.begin(), files.end());
+    struct sigaction action = {};
+    action.sa_handler = removeAndEnd;
+    sigfillset(&action.sa_mask); // a second one waits until all is removed
+    for (const int number : {SIGHUP, SIGINT, SIGPIPE, SIGTERM}) {
+        struct sigaction before = {};
+        sigaction(number, &action, &before);
+        if (before.sa_handler == SIG_IGN) // as under nohup
+            sigaction(number, &before, nullptr);
+    }
 }
 
 void endNow(int status) noexcept

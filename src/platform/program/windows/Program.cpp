@@ -4,6 +4,7 @@
 
 #include <io.h>
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <random>
@@ -13,11 +14,31 @@
 
 namespace vqloan::program {
 
+namespace {
+
+std::atomic<const std::vector<std::filesystem::path>*> toRemove = nullptr;
+
+// On a thread of the system's own, which ends the program when this returns.
+BOOL WINAPI removeAll(DWORD)
+{
+    for (const std::filesystem::path& file : *toRemove.load())
+        DeleteFileW(file.c_str());
+    return FALSE;
+}
+
+} // namespace
+
 std::filesystem::path file()
 {
     std::wstring name(32768, L'\0'); // the longest path there is
     name.resize(GetModuleFileNameW(nullptr, name.data(), static_cast<DWORD>(name.size())));
     return name;
+}
+
+void removeWhenEnded(const std::vector<std::filesystem::path>& files)
+{
+    if (!toRemove.exchange(new std::vector(files)))
+        SetConsoleCtrlHandler(removeAll, TRUE);
 }
 
 void endNow(int status) noexcept
