@@ -8,7 +8,6 @@
 #include "Site.h"
 #include "component/DispSvr.h"
 #include "external/SysTools.h"
-#include "platform/runtime/ApplicationInfo.h"
 #include "platform/runtime/Text.h"
 #include "site/Exchange.h"
 #include "site/Texts.h"
@@ -43,8 +42,10 @@ std::string lastFailure()
     return text::toUtf8(sysTools().ErrorText(Variant::missing(), zero));
 }
 
-void open(DispSvr& svr, site::Kind kind)
+// The computation is this program's own; the settings are the site's.
+void open(DispSvr& svr, const Site& site, site::Kind kind)
 {
+    svr.SettingsDir = site.directory().u16string();
     if (svr.OpenDatabase(site::kindNames[static_cast<int>(kind)]))
         throw std::runtime_error("the back end cannot be opened: " + std::to_string(svr.ErrNumber()) + ' ' +
                                  lastFailure());
@@ -53,7 +54,7 @@ void open(DispSvr& svr, site::Kind kind)
 class Gateway : public Answerer
 {
 public:
-    explicit Gateway(Log& log) : log_(log) { open(); }
+    Gateway(const Site& site, Log& log) : site_(site), log_(log) { open(); }
 
     std::u16string answer(std::u16string_view request, bool whole, milliseconds wait) override
     {
@@ -78,7 +79,7 @@ private:
     void open()
     {
         svr_ = std::make_unique<DispSvr>();
-        client::open(*svr_, site::Kind::database);
+        client::open(*svr_, site_, site::Kind::database);
     }
     bool reopen()
     {
@@ -104,6 +105,7 @@ private:
         return record;
     }
 
+    const Site& site_;
     Log& log_;
     std::unique_ptr<DispSvr> svr_;
 };
@@ -113,11 +115,8 @@ private:
 int gateway(const ServeOptions& options)
 {
     const Site site(options.site);
-    // The computation is this program's own; it looks for the settings where a component of that directory
-    // would.
-    ApplicationInfo::pretendFile((site.directory() / componentName).u16string());
     DispSvr settings;
-    open(settings, site::Kind::gateway);
+    open(settings, site, site::Kind::gateway);
     const std::filesystem::path path = options.exchange.empty() ? std::filesystem::path(settings.ExchPath)
                                                                 : std::filesystem::path(options.exchange);
     if (path.empty())
@@ -126,10 +125,10 @@ int gateway(const ServeOptions& options)
 
     Service service;
     service.readSettings = [&] {
-        open(settings, site::Kind::gateway);
+        open(settings, site, site::Kind::gateway);
         return milliseconds(1000) * std::max(options.wait > 0 ? options.wait : settings.ClientTimeout, 0);
     };
-    service.makeAnswerer = [](Log& log) { return std::make_unique<Gateway>(log); };
+    service.makeAnswerer = [&](Log& log) { return std::make_unique<Gateway>(site, log); };
     Exchange exchange(path, site::gatewayPrefix);
     serve(exchange, service, options);
     return allWell;

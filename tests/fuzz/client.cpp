@@ -22,8 +22,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
         for (const auto& field : answer.fields)
             joined.append(field).append(u"\t");
         expect(joined == line + u"\t", "fields", line);
-        expect(answer.outcome != Outcome::answer || answer.fields.size() > 1,
-               "an answer without fields", line);
+        expect(answer.outcome != Outcome::answer || answer.fields.size() > 1, "an answer without fields",
+               line);
     }
     static const ScratchDirectory directory;
     try {
