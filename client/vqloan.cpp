@@ -43,8 +43,7 @@ CLI::App* addAsk(CLI::App& program, AskOptions& options)
     addKind(command, options.kind);
     addSite(command, options.site);
     command->add_option("--own", options.own, "Own library, answered first in raw text")->type_name("CODE");
-    command
-        ->add_option("--format", options.format, "table (at a terminal), raw (else), json, ndjson, csv")
+    command->add_option("--format", options.format, "table (at a terminal), raw (else), json, ndjson, csv")
         ->type_name("FORMAT")
         ->check(CLI::IsMember({"table", "raw", "json", "ndjson", "csv"}).description(""));
     command->add_option("--wait", options.wait, "How long to wait for another asker of this number (10)")
