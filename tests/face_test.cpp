@@ -287,6 +287,41 @@ TEST_F(Face, VariablesAreWrittenBack)
     EXPECT_EQ(byValue.toText(), u"h");
 }
 
+// What LastError leaves in a first argument, by slot and by name alike.
+TEST_F(Face, FailureDetailsGoWhereAnArgumentRefersTo)
+{
+    constexpr VARTYPE reference = VT_BYREF | VT_VARIANT;
+    VARIANT_BOOL failed = VARIANT_FALSE;
+    Variant kind = Variant::null();
+    for (const bool slot : {true, false}) {
+        ASSERT_EQ(object->OpenDatabase(kind.address(), &failed), S_OK);
+        const auto ask = [&](VARIANT first) {
+            Variant result;
+            return slot ? object->LastError(&first, nullptr, nullptr, nullptr, nullptr, nullptr)
+                        : ScriptCall{lastError, DISPATCH_METHOD, {first}}.on(object.get(), result);
+        };
+        LONG number = 0;
+        Variant variable(u"before"), leftOut = Variant::missing();
+        VARIANT byNumber = of(VT_BYREF | VT_I4, &number), inner = of(reference, variable.address());
+        VARIANT once = of(reference, &inner), twice = of(reference, &once);
+        EXPECT_EQ(ask(of(reference, &byNumber)), S_OK);
+        EXPECT_EQ(number, 94) << "through both references";
+        EXPECT_EQ(ask(of(reference, &inner)), S_OK);
+        EXPECT_EQ(variable.toText(), u"94");
+        EXPECT_EQ(ask(of(reference, leftOut.address())), S_OK);
+        EXPECT_TRUE(leftOut.isMissing());
+        EXPECT_TRUE(FAILED(ask(of(reference, &twice)))) << "too many";
+    }
+    // A value by name is the caller's, who frees its text.
+    const Variant value(u"the caller's");
+    VARIANT given = value.get();
+    DISPPARAMS parameters{&given, nullptr, 1, 0};
+    EXPECT_EQ(object->Invoke(lastError, IID_NULL, 0, DISPATCH_METHOD, &parameters, nullptr, nullptr, nullptr),
+              S_OK);
+    EXPECT_EQ(given.vt, VT_BSTR);
+    EXPECT_EQ(value.toText(), u"the caller's");
+}
+
 TEST_F(Face, FailuresReachScriptsWithTheirDetails)
 {
     Fake fake;
@@ -320,7 +355,10 @@ TEST_F(Face, FailureNumbersBecomeResults)
         {65536, 0x800A0033}};
     for (const auto& [number, expected] : cases)
         EXPECT_EQ(reportFailure(RuntimeError(number, u"text"), IID__DispSvr), static_cast<HRESULT>(expected));
-    SetErrorInfo(0, nullptr);
+    LONG number = 0;
+    ComPtr<IErrorInfo> earlier;
+    EXPECT_EQ(object->ErrNumber(&number), S_OK);
+    EXPECT_EQ(GetErrorInfo(0, earlier.address()), S_FALSE) << "gone with the next call";
 }
 
 // --- Lifetime ---

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <functional>
 #include <map>
 #include <string>
 #include <tuple>
@@ -11,6 +12,7 @@
 #include "FailureOf.h"
 #include "component/DispSvr.h"
 #include "component/RecordError.h"
+#include "component/face/DispSvrFace.h"
 #include "platform/components/DbTools.h"
 #include "platform/components/SysTools.h"
 #include "platform/runtime/ApplicationInfo.h"
@@ -142,8 +144,15 @@ struct RecordsetDouble : Recordset
     Field& Item(std::int32_t) override { return Item(u""); }
 };
 
+std::function<void()> whileClosing;
+
 struct DbToolsDouble : standins::DbTools
 {
+    void CloseConn(std::shared_ptr<Connection>&) override
+    {
+        if (whileClosing)
+            std::exchange(whileClosing, nullptr)();
+    }
     void CloseRecordset(std::unique_ptr<Recordset>&) override { calls.note("CloseRecordset"); }
 };
 
@@ -315,6 +324,21 @@ TEST_F(Opening, EndsAtTheStepThatFails)
             EXPECT_EQ(svr.TabMessa, (CodeTable{u"", u"1\t"}));
         }
     }
+}
+
+// --- The end ---
+
+TEST(Lifetime, AReferenceTakenWhileShuttingDownDestroysNothingAgain)
+{
+    calls = {};
+    auto* const object = new DispSvrFace;
+    whileClosing = [object] {
+        object->AddRef();
+        object->Release();
+    };
+    EXPECT_EQ(object->Release(), 0u);
+    EXPECT_FALSE(whileClosing);
+    EXPECT_TRUE(ModuleUse::none()) << "counted down once";
 }
 
 // --- Answering ---

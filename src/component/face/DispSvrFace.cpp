@@ -62,8 +62,11 @@ Variant valueOf(const VARIANT& argument)
     }
 }
 
+// A variable of the caller's may stand in for an argument that was left out.
 VARIANT* unlessLeftOut(VARIANT* argument) noexcept
 {
+    if (argument && argument->vt == (VT_BYREF | VT_VARIANT) && argument->pvarVal)
+        argument = argument->pvarVal;
     return argument && !Variant::isMissing(*argument) ? argument : nullptr;
 }
 

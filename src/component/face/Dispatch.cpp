@@ -26,13 +26,15 @@ public:
     {
         if (!given || Variant::isMissing(*given))
             return parameter.passing == Passing::optionalInOut ? leaveOut() : DISP_E_PARAMNOTOPTIONAL;
-        const bool variable = given->vt == (VT_BYREF | VT_VARIANT);
-        if (variable)
-            given = given->pvarVal;
-        if (!given || ((given->vt & VT_BYREF) && !given->byref))
+        if ((given->vt & VT_BYREF) && !given->byref)
             return DISP_E_TYPEMISMATCH;
         if (parameter.type == VT_VARIANT)
             return bindVariant(given);
+        const bool variable = given->vt == (VT_BYREF | VT_VARIANT);
+        if (variable)
+            given = given->pvarVal;
+        if ((given->vt & VT_BYREF) && !given->byref)
+            return DISP_E_TYPEMISMATCH;
         return parameter.passing == Passing::in ? bindValue(given, parameter.type)
                                                 : bindText(given, variable);
     }
@@ -71,11 +73,16 @@ private:
         return S_OK;
     }
 
-    // The member gets the caller's own VARIANT and assigns to it, or through the reference in it.
+    // The member assigns through a reference. Of a value it gets a copy: the caller's own is not to be
+    // written to. What cannot be copied can be used no more than an argument that is left out.
     HRESULT bindVariant(VARIANT* given) noexcept
     {
         value_ = given;
-        return S_OK;
+        if (given->vt & VT_BYREF)
+            return S_OK;
+        value_ = converted_.address();
+        const HRESULT result = VariantCopy(value_, given);
+        return result == DISP_E_BADVARTYPE ? leaveOut() : result;
     }
 
     HRESULT bindValue(VARIANT* given, VARTYPE type) noexcept

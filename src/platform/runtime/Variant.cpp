@@ -56,8 +56,9 @@ void assignThrough(VARIANT& argument, const Variant& value)
     if (!argument.byref)
         throw RuntimeError(Failure::TypeMismatch);
     if (argument.vt == (VT_BYREF | VT_VARIANT)) {
-        check(VariantCopy(argument.pvarVal, readOnly(value.get())));
-        return;
+        if (argument.pvarVal->vt == argument.vt) // no more references than the conversions follow
+            throw RuntimeError(Failure::TypeMismatch);
+        return Variant::assign(*argument.pvarVal, value);
     }
     const auto type = static_cast<VARTYPE>(argument.vt & ~VT_BYREF);
     const std::size_t bytes = automation::bytesOf(type);
