@@ -1,4 +1,23 @@
-// The published interface: all that a client needs to include.
+// The published interface: all that a client needs to include. One question, without looking at the HRESULTs
+// (examples/clients/ask.cpp is a whole program):
+//
+//     _DispSvr* desk = nullptr;
+//     CoCreateInstance(CLSID_DispSvr, nullptr, CLSCTX_INPROC_SERVER, IID__DispSvr,
+//                      reinterpret_cast<void**>(&desk));
+//
+//     VARIANT kind{};
+//     kind.vt = VT_BSTR;
+//     kind.bstrVal = SysAllocString(u"SQL2");
+//     VARIANT_BOOL failed = VARIANT_FALSE;
+//     desk->OpenDatabase(&kind, &failed); // True is the failure; LastError tells which
+//
+//     BSTR request = SysAllocString(u"00\t\tKA000001\t\r\n"); // library, shelf mark, inventory number, note
+//     BSTR handle = nullptr, bid = nullptr, answer = nullptr;
+//     desk->VisNre(&handle, &bid, request, &answer);
+//
+//     for (BSTR text : {kind.bstrVal, request, handle, bid, answer})
+//         SysFreeString(text);
+//     desk->Release();
 #pragma once
 
 #include "platform/automation/Automation.h"
