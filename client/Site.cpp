@@ -20,19 +20,24 @@ fs::path chosenDirectory(const fs::path& directory)
     if (!directory.empty())
         return fs::absolute(directory);
     // Among the system's programs there are no settings, and never will be.
-    if (!fs::exists(programDirectory() / componentName))
+    if (!fs::exists(programDirectory() / componentName()))
         throw std::runtime_error("name the site's directory with --site");
     return programDirectory();
 }
 
 } // namespace
 
+fs::path componentName()
+{
+    return fs::path("VQLoan") += program::libraryExtension;
+}
+
 fs::path ownedComponent()
 {
-    const fs::path beside = programDirectory() / componentName;
+    const fs::path beside = programDirectory() / componentName();
 #ifdef VQLOAN_COMPONENT_FROM_PROGRAM
     if (!fs::exists(beside))
-        return (programDirectory() / VQLOAN_COMPONENT_FROM_PROGRAM).lexically_normal() / componentName;
+        return (programDirectory() / VQLOAN_COMPONENT_FROM_PROGRAM).lexically_normal() / componentName();
 #endif
     return beside;
 }
@@ -41,7 +46,7 @@ Site::Site(const fs::path& directory) : directory_(chosenDirectory(directory))
 {
     if (!fs::is_directory(directory_))
         throw std::runtime_error("there is no directory " + directory_.string());
-    component_ = directory_ / componentName;
+    component_ = directory_ / componentName();
     source_ = fs::exists(component_) ? component_ : ownedComponent();
     if (!fs::exists(source_))
         throw std::runtime_error("there is neither " + component_.string() + " nor " + source_.string());

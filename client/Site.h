@@ -9,11 +9,7 @@
 namespace vqloan::client {
 
 // The component's file name on this system.
-#ifdef _WIN32
-inline constexpr char componentName[] = "VQLoan.dll";
-#else
-inline constexpr char componentName[] = "VQLoan.so";
-#endif
+std::filesystem::path componentName();
 
 // The component that comes with this program: beside it, as in a build, or where it is installed.
 std::filesystem::path ownedComponent();

@@ -71,7 +71,7 @@ public:
     // replaced.
     void copyComponent() const
     {
-        const fs::path source = ownedComponent(), file = directory_ / componentName;
+        const fs::path source = ownedComponent(), file = directory_ / componentName();
         const bool there = fs::exists(file);
         if (there && (fs::equivalent(source, file) || readFile(source) == readFile(file))) {
             report("kept     ", file);

@@ -34,6 +34,9 @@ enum class Stream
 // Columns of the terminal that the stream goes to; 0 when it goes elsewhere.
 int terminalColumns(Stream stream) noexcept;
 
+// Of a shared library's file name, with the dot.
+extern const char* const libraryExtension;
+
 // A loaded shared library; unloaded at the end, so whatever came out of it has to be gone by then.
 class Library
 {

@@ -31,6 +31,8 @@ void removeAndEnd(int number)
 
 } // namespace
 
+const char* const libraryExtension = ".so";
+
 std::filesystem::path file()
 {
     return std::filesystem::read_symlink("/proc/self/exe");

@@ -28,6 +28,8 @@ BOOL WINAPI removeAll(DWORD)
 
 } // namespace
 
+const char* const libraryExtension = ".dll";
+
 std::filesystem::path file()
 {
     std::wstring name(32768, L'\0'); // the longest path there is
