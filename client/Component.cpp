@@ -91,6 +91,13 @@ Failure Component::lastFailure()
 void Component::registerComponent() const
 {
     check(library_.function<HRESULT(STDAPICALLTYPE*)()>("DllRegisterServer")(), "DllRegisterServer");
+    // Read back, as any client does.
+    CLSID registered{};
+    check(CLSIDFromProgID(toOle(progId), &registered), "Looking for the registered class");
+    ComPtr<IClassFactory> factory;
+    check(
+        CoGetClassObject(registered, CLSCTX_INPROC_SERVER, nullptr, IID_IClassFactory, factory.addressVoid()),
+        "Loading the registered component");
 }
 
 void Component::unregisterComponent() const

@@ -46,7 +46,7 @@ fs::file_type typeOf(const fs::path& file)
 std::int64_t writeFile(const fs::path& path, const std::string& bytes)
 {
     try {
-        os::File file(path.u16string(), os::File::Mode::Write, os::Place::own);
+        os::File file(os::pathText(path), os::File::Mode::Write, os::Place::own);
         file.write(bytes);
         const std::int64_t written = file.state().modified;
         file.close(); // a full disk may be told here only
@@ -189,7 +189,7 @@ std::optional<Exchange::Request> Exchange::take(const std::string& client)
 
 Exchange::Line Exchange::read(Request& request) const
 {
-    os::File file(request.file.u16string(), os::File::Mode::Read, os::Place::shared);
+    os::File file(os::pathText(request.file), os::File::Mode::Read, os::Place::shared);
     std::string bytes;
     for (std::size_t size = 4096; bytes.size() < longestLine; size = 64 * 1024) {
         const std::size_t before = bytes.size();

@@ -3,6 +3,7 @@
 #include <stdexcept>
 
 #include "external/SysTools.h"
+#include "platform/runtime/OsFile.h"
 #include "platform/runtime/RuntimeError.h"
 #include "platform/runtime/Text.h"
 
@@ -10,7 +11,7 @@ namespace vqloan::client {
 
 Settings::Settings(const Site& site) : file_(createIniFile())
 {
-    file_->SetFile(site.settings().u16string());
+    file_->SetFile(os::pathText(site.settings()));
 }
 
 std::optional<std::u16string> Settings::find(const site::Setting& setting) const

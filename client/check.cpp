@@ -15,6 +15,7 @@
 #include "external/Ado.h"
 #include "platform/ado/Passwords.h"
 #include "platform/runtime/Numbers.h"
+#include "platform/runtime/OsFile.h"
 #include "platform/runtime/RuntimeError.h"
 #include "platform/runtime/Text.h"
 #include "request/Deadline.h"
@@ -98,11 +99,11 @@ private:
     void files(const std::string& kind)
     {
         report_.section(u"Files", {u"File", u"Read from", u""});
-        report_.fact({u"component", site_.source().u16string(),
+        report_.fact({u"component", os::pathText(site_.source()),
                       site_.ownComponent() ? u"found" : u"the site has none of its own"});
         const fs::path file = kind == "7000" ? site_.parameters() : site_.settings();
         const bool found = fs::exists(file);
-        report_.fact({u"settings", file.u16string(), found ? u"found" : u"MISSING"});
+        report_.fact({u"settings", os::pathText(file), found ? u"found" : u"MISSING"});
         if (!found)
             report_.finding(u"There is no " + file.filename().u16string() + u" in the site's directory.",
                             kind == "7000" ? u"Put one there; examples/site/CLIENT.PAR is a start."
@@ -263,7 +264,7 @@ private:
             return;
         const fs::path late = fs::path(path) / site::gatewayFile(Variant(id).toLong(), site::answerExtension);
         if (fs::exists(late))
-            report_.finding(u"An answer that nobody has waited for lies in " + late.u16string() + u".",
+            report_.finding(u"An answer that nobody has waited for lies in " + os::pathText(late) + u".",
                             u"Delete it: the next question would take it as its answer.");
     }
 
@@ -274,14 +275,14 @@ private:
             report_.finding(setting + u" names no exchange directory.",
                             u"Write there the directory of the exchange.");
         } else if (!fs::is_directory(directory, failed)) {
-            report_.finding(u"There is no exchange directory " + directory.u16string() + u".",
+            report_.finding(u"There is no exchange directory " + os::pathText(directory) + u".",
                             u"Create it, or correct " + setting + u".");
         } else {
             const fs::path probe = directory / "vqloan-check";
             const bool written = static_cast<bool>(std::ofstream(probe) << "probe" << std::flush);
             fs::remove(probe, failed);
             if (!written)
-                report_.finding(u"No file can be written in " + directory.u16string() + u".",
+                report_.finding(u"No file can be written in " + os::pathText(directory) + u".",
                                 u"Let the clients' users write there.");
         }
     }

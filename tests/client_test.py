@@ -489,6 +489,17 @@ class Documents(Site):
         self.assertIn(b"Disponibile", subprocess.run(client, env=environment, capture_output=True, check=True).stdout)
         run("unregister", "--site", self.site, env=environment)
         self.assertEqual(subprocess.run(client, env=environment, capture_output=True).returncode, 2)
+        # A name that is no UTF-8; and behind a link, "..", which leads elsewhere than the names alone tell.
+        odd = self.scratch / os.fsdecode(b"sit\xE0")
+        shutil.copytree(self.site, odd)
+        (odd / "below").mkdir()
+        (self.scratch / "link").symlink_to(odd / "below")
+        for site in (odd, self.scratch / "link" / ".."):
+            self.assertIn("Disponibile", run("ask", "--kind", "SQL2", "--site", site, "--library", "00", "--inventory", "KA000001").stdout.decode())
+            run("register", "--site", site, env=environment)
+            self.assertIn(b"Disponibile", subprocess.run(client, env=environment, capture_output=True).stdout)
+        run("unregister", "--site", odd, env=environment)
+        self.assertEqual(subprocess.run(client, env=environment, capture_output=True).returncode, 2)
 
     def test_manual_page_names_every_option(self):
         page = (ROOT / "client/vqloan.1").read_text().replace("\\-", "-")

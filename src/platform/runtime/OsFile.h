@@ -1,13 +1,15 @@
 // Files as the operating system gives them; implemented once per system, in posix/ and windows/. Paths are
-// native ones in UTF-16. Failures are RuntimeErrors (53, 57, 61, 67, 70, 75, 76) with the system's error as
-// lastDllError.
+// native ones in UTF-16 (see pathText). Failures are RuntimeErrors (53, 57, 61, 67, 70, 75, 76) with the
+// system's error as lastDllError.
 //
 // Only regular files are opened, and opening never waits: a FIFO, a device or a directory is 75.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -77,6 +79,11 @@ bool isHeld(std::u16string_view path);
 
 // Nothing where there is no file of that name, and only then.
 std::optional<FileState> stateOf(std::u16string_view path);
+
+// A path as text and back, without loss: where the system's names are bytes, one that is not UTF-8 becomes a
+// lone surrogate, U+DC00 + byte.
+std::u16string pathText(const std::filesystem::path& path);
+std::filesystem::path nativePath(std::u16string_view text);
 
 // What stands between the names of a path, the usual one first.
 std::u16string_view separators() noexcept;

@@ -123,7 +123,6 @@ inline constexpr bool FAILED(HRESULT result) noexcept
 }
 
 inline constexpr LCID LOCALE_USER_DEFAULT = 0x0400;
-inline constexpr LCID LOCALE_INVARIANT = 0x007F;
 
 enum VARENUM : VARTYPE
 {
@@ -350,8 +349,6 @@ AUTOMATION_API HRESULT VariantCopy(VARIANTARG* destination, const VARIANTARG* so
 AUTOMATION_API HRESULT VariantCopyInd(VARIANT* destination, const VARIANTARG* source);
 AUTOMATION_API HRESULT VariantChangeType(VARIANTARG* destination, const VARIANTARG* source, USHORT flags,
                                          VARTYPE type);
-AUTOMATION_API HRESULT VariantChangeTypeEx(VARIANTARG* destination, const VARIANTARG* source, LCID locale,
-                                           USHORT flags, VARTYPE type);
 
 // The thread's error information object. E_OUTOFMEMORY where one cannot be kept.
 AUTOMATION_API HRESULT GetErrorInfo(ULONG reserved, IErrorInfo** info);
@@ -372,8 +369,9 @@ AUTOMATION_API HRESULT CLSIDFromProgID(LPCOLESTR progId, CLSID* clsid);
 AUTOMATION_API HRESULT CLSIDFromString(LPCOLESTR text, CLSID* clsid);
 AUTOMATION_API INT StringFromGUID2(REFGUID guid, LPOLESTR text, INT capacity);
 
-// Not on Windows. Registration of an in-process class, for the entry points of a component.
-AUTOMATION_API HRESULT AutomationRegisterClass(REFCLSID clsid, LPCOLESTR progId, LPCOLESTR file);
+// Not on Windows. Registration of an in-process class, for the entry points of a component. The file's name
+// is the system's, in bytes.
+AUTOMATION_API HRESULT AutomationRegisterClass(REFCLSID clsid, LPCOLESTR progId, const char* file);
 AUTOMATION_API HRESULT AutomationUnregisterClass(REFCLSID clsid, LPCOLESTR progId);
 
 // Not on Windows, where a thread's pending events are its message queue. A client whose thread has an event

@@ -211,13 +211,13 @@ HRESULT CLSIDFromProgID(LPCOLESTR progId, CLSID* clsid)
     });
 }
 
-HRESULT AutomationRegisterClass(REFCLSID clsid, LPCOLESTR progId, LPCOLESTR file)
+HRESULT AutomationRegisterClass(REFCLSID clsid, LPCOLESTR progId, const char* file)
 {
     if (!file || !*file)
         return E_INVALIDARG;
     return guarded([&]() -> HRESULT {
         // A relative path would be looked for in the system's library directories.
-        Registration registration{clsid, {}, fs::absolute(fs::path(std::u16string_view(file)))};
+        Registration registration{clsid, {}, fs::absolute(file)};
         if (!toAscii(progId, registration.progId) ||
             registration.file.string().find('\n') != std::string::npos)
             return E_INVALIDARG;

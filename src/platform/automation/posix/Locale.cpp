@@ -106,12 +106,8 @@ void setDates(Locale& locale, const std::string& name)
 
 } // namespace
 
-const Locale& localeOf(LCID locale)
+const Locale& userLocale()
 {
-    static constexpr Locale invariant;
-    if (locale == LOCALE_INVARIANT)
-        return invariant;
-
     ThreadState* const state = ThreadState::findOrMake();
     if (!state)
         throw std::bad_alloc();

@@ -3,8 +3,6 @@
 
 #include <string>
 
-#include "platform/automation/Automation.h"
-
 namespace automation {
 
 enum class DateOrder
@@ -14,7 +12,7 @@ enum class DateOrder
     YearMonthDay
 };
 
-// As it stands, the conventions of LOCALE_INVARIANT and of a user without a locale.
+// As it stands, the conventions of a user without a locale.
 struct Locale
 {
     char16_t decimal = u'.';
@@ -33,6 +31,6 @@ struct UserLocale
 // The user's conventions, from LC_ALL, LC_NUMERIC, LC_TIME and LANG as the environment has them now, whatever
 // the host program has told setlocale. Cheap as long as they stay the same. A locale that is not installed
 // counts as none. Throws std::bad_alloc.
-const Locale& localeOf(LCID locale);
+const Locale& userLocale();
 
 } // namespace automation

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/automation/Automation.h"
 #include "platform/automation/posix/Locale.h"
 
 namespace automation {

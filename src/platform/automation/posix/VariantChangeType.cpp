@@ -21,10 +21,16 @@ using namespace automation;
 
 namespace {
 
-constexpr double currencyScale = 10000;
+// A number of ten-thousandths, exact: a double has too few digits for the larger ones.
+struct Currency
+{
+    std::int64_t parts;
+};
+constexpr int currencyDigits = 4;
+constexpr std::int64_t currencyScale = 10000;
 
 // Reals are told from dates and from single precision by the VARIANT's type where it matters.
-using Source = std::variant<bool, std::int64_t, std::uint64_t, double, std::u16string_view>;
+using Source = std::variant<bool, std::int64_t, std::uint64_t, double, Currency, std::u16string_view>;
 
 // The text, where it is one, belongs to `value`.
 HRESULT read(const VARIANT& value, Source& source)
@@ -70,7 +76,7 @@ HRESULT read(const VARIANT& value, Source& source)
         source = value.dblVal;
         return S_OK;
     case VT_CY:
-        source = static_cast<double>(value.cyVal.int64) / currencyScale;
+        source = Currency{value.cyVal.int64};
         return S_OK;
     case VT_BSTR:
         source = value.bstrVal ? std::u16string_view(value.bstrVal, SysStringLen(value.bstrVal))
@@ -101,6 +107,8 @@ HRESULT toReal(const Source& source, const Locale& locale, double& real)
         real = static_cast<double>(*natural);
     else if (const auto* given = std::get_if<double>(&source))
         real = *given;
+    else if (const auto* currency = std::get_if<Currency>(&source))
+        real = static_cast<double>(currency->parts) / currencyScale;
     else {
         WrittenNumber written;
         const HRESULT result = parseNumber(std::get<std::u16string_view>(source), locale, written);
@@ -130,18 +138,18 @@ template <class Integer> HRESULT realToInteger(double real, Integer& integer)
     return S_OK;
 }
 
-template <class Integer>
-HRESULT textToInteger(std::u16string_view text, const Locale& locale, Integer& integer)
+std::int64_t roundHalfEven(Currency currency) noexcept
 {
-    using Pattern = std::make_unsigned_t<Integer>;
-    WrittenNumber written;
+    const std::int64_t whole = currency.parts / currencyScale;
+    const std::int64_t rest = std::abs(currency.parts % currencyScale);
+    const bool away = rest * 2 > currencyScale || (rest * 2 == currencyScale && whole % 2 != 0);
+    return whole + (away ? (currency.parts < 0 ? -1 : 1) : 0);
+}
+
+// The nearest integer to what is written, which is not bits.
+template <class Integer> HRESULT wholeToInteger(const WrittenNumber& written, Integer& integer)
+{
     Whole whole{};
-    if (const HRESULT result = parseNumber(text, locale, written); FAILED(result))
-        return result;
-    if (written.isBits) { // &HFFFF is -1 in 16 bits and 65535 in 32
-        integer = static_cast<Integer>(static_cast<Pattern>(written.bits));
-        return std::in_range<Pattern>(written.bits) ? S_OK : DISP_E_OVERFLOW;
-    }
     if (const HRESULT result = automation::toWhole(written, whole); FAILED(result))
         return result;
     // The magnitude of the least value is one more than that of the greatest.
@@ -151,6 +159,20 @@ HRESULT textToInteger(std::u16string_view text, const Locale& locale, Integer& i
         return DISP_E_OVERFLOW;
     integer = static_cast<Integer>(whole.negative ? 0 - whole.magnitude : whole.magnitude);
     return S_OK;
+}
+
+template <class Integer>
+HRESULT textToInteger(std::u16string_view text, const Locale& locale, Integer& integer)
+{
+    using Pattern = std::make_unsigned_t<Integer>;
+    WrittenNumber written;
+    if (const HRESULT result = parseNumber(text, locale, written); FAILED(result))
+        return result;
+    if (written.isBits) { // &HFFFF is -1 in 16 bits and 65535 in 32
+        integer = static_cast<Integer>(static_cast<Pattern>(written.bits));
+        return std::in_range<Pattern>(written.bits) ? S_OK : DISP_E_OVERFLOW;
+    }
+    return wholeToInteger(written, integer);
 }
 
 template <class Integer> HRESULT toInteger(const Source& source, const Locale& locale, Integer& integer)
@@ -167,6 +189,8 @@ template <class Integer> HRESULT toInteger(const Source& source, const Locale& l
         integer = static_cast<Integer>(number);
         return std::in_range<Integer>(number) ? S_OK : DISP_E_OVERFLOW;
     };
+    if (const auto* currency = std::get_if<Currency>(&source))
+        return store(roundHalfEven(*currency));
     const auto* number = std::get_if<std::int64_t>(&source);
     return number ? store(*number) : store(std::get<std::uint64_t>(source));
 }
@@ -184,9 +208,25 @@ HRESULT toSingle(const Source& source, const Locale& locale, float& single)
 
 HRESULT toCurrency(const Source& source, const Locale& locale, CY& currency)
 {
-    double real = 0;
-    const HRESULT result = toReal(source, locale, real);
-    return FAILED(result) ? result : realToInteger(real * currencyScale, currency.int64);
+    const auto scale = [&](auto number) {
+        return __builtin_mul_overflow(number, currencyScale, &currency.int64) ? DISP_E_OVERFLOW : S_OK;
+    };
+    if (const auto* truth = std::get_if<bool>(&source))
+        return scale(*truth ? -1 : 0);
+    if (const auto* number = std::get_if<std::int64_t>(&source))
+        return scale(*number);
+    if (const auto* natural = std::get_if<std::uint64_t>(&source))
+        return scale(*natural);
+    if (const auto* real = std::get_if<double>(&source))
+        return realToInteger(*real * currencyScale, currency.int64);
+    WrittenNumber written;
+    if (const HRESULT result = parseNumber(std::get<std::u16string_view>(source), locale, written);
+        FAILED(result))
+        return result;
+    if (written.isBits)
+        return scale(written.bits);
+    written.exponent += currencyDigits;
+    return wholeToInteger(written, currency.int64);
 }
 
 HRESULT toDate(const Source& source, const Locale& locale, DATE& date)
@@ -223,6 +263,18 @@ template <class Integer> std::u16string decimal(Integer number)
     return std::u16string(buffer, end);
 }
 
+std::u16string formatCurrency(Currency currency, const Locale& locale)
+{
+    const auto bits = static_cast<std::uint64_t>(currency.parts);
+    const std::uint64_t magnitude = currency.parts < 0 ? 0 - bits : bits;
+    std::u16string text = (currency.parts < 0 ? u"-" : u"") + decimal(magnitude / currencyScale);
+    if (const std::uint64_t rest = magnitude % currencyScale) {
+        const std::u16string digits = decimal(currencyScale + rest); // the 1 in front keeps its zeros
+        text += locale.decimal + digits.substr(1, digits.find_last_not_of(u'0'));
+    }
+    return text;
+}
+
 HRESULT toText(const Source& source, VARTYPE sourceType, const Locale& locale, USHORT flags,
                std::u16string& text)
 {
@@ -237,6 +289,8 @@ HRESULT toText(const Source& source, VARTYPE sourceType, const Locale& locale, U
         text = decimal(*number);
     } else if (const auto* natural = std::get_if<std::uint64_t>(&source)) {
         text = decimal(*natural);
+    } else if (const auto* currency = std::get_if<Currency>(&source)) {
+        text = formatCurrency(*currency, locale);
     } else if (const auto* real = std::get_if<double>(&source)) {
         if (sourceType == VT_DATE && !isDate(*real))
             return DISP_E_OVERFLOW;
@@ -316,16 +370,16 @@ HRESULT queryObject(const VARIANT& value, VARTYPE type, VARIANT& result)
 }
 
 // The caller clears `property`.
-HRESULT defaultProperty(IDispatch* object, LCID locale, VARIANT& property)
+HRESULT defaultProperty(IDispatch* object, VARIANT& property)
 {
     DISPPARAMS none{};
-    if (!object || FAILED(object->Invoke(DISPID_VALUE, IID_NULL, locale, DISPATCH_PROPERTYGET, &none,
-                                         &property, nullptr, nullptr)))
+    if (!object || FAILED(object->Invoke(DISPID_VALUE, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_PROPERTYGET,
+                                         &none, &property, nullptr, nullptr)))
         return DISP_E_TYPEMISMATCH;
     return S_OK;
 }
 
-HRESULT change(const VARIANT& value, LCID locale, USHORT flags, VARTYPE type, VARIANT& result)
+HRESULT change(const VARIANT& value, USHORT flags, VARTYPE type, VARIANT& result)
 {
     if (value.vt == type)
         return VariantCopy(&result, &value);
@@ -334,25 +388,19 @@ HRESULT change(const VARIANT& value, LCID locale, USHORT flags, VARTYPE type, VA
     if (value.vt == VT_DISPATCH && !(flags & VARIANT_NOVALUEPROP)) {
         VARIANT property;
         VariantInit(&property);
-        HRESULT outcome = defaultProperty(value.pdispVal, locale, property);
+        HRESULT outcome = defaultProperty(value.pdispVal, property);
         // Only one level: an object whose default property is an object again has no value.
         if (SUCCEEDED(outcome))
-            outcome = change(property, locale, flags | VARIANT_NOVALUEPROP, type, result);
+            outcome = change(property, flags | VARIANT_NOVALUEPROP, type, result);
         VariantClear(&property);
         return outcome;
     }
-    return guarded([&] { return convert(value, localeOf(locale), flags, type, result); });
+    return guarded([&] { return convert(value, userLocale(), flags, type, result); });
 }
 
 } // namespace
 
 HRESULT VariantChangeType(VARIANTARG* destination, const VARIANTARG* source, USHORT flags, VARTYPE type)
-{
-    return VariantChangeTypeEx(destination, source, LOCALE_USER_DEFAULT, flags, type);
-}
-
-HRESULT VariantChangeTypeEx(VARIANTARG* destination, const VARIANTARG* source, LCID locale, USHORT flags,
-                            VARTYPE type)
 {
     if (!destination || !source)
         return E_INVALIDARG;
@@ -364,7 +412,7 @@ HRESULT VariantChangeTypeEx(VARIANTARG* destination, const VARIANTARG* source, L
     // The destination may be the source, or keep it alive: it goes last, and stays as it is when this fails.
     VARIANT result;
     VariantInit(&result);
-    if (const HRESULT outcome = change(value, locale, flags, type, result); FAILED(outcome))
+    if (const HRESULT outcome = change(value, flags, type, result); FAILED(outcome))
         return outcome;
     result.vt = type;
     const HRESULT outcome = VariantClear(destination);

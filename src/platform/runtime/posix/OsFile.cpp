@@ -20,11 +20,36 @@ bool isNamable(const std::string& path)
     return path.find('\0') == path.npos;
 }
 
-std::string nativePath(std::u16string_view path)
+bool isHighSurrogate(char16_t unit)
+{
+    return unit >= 0xD800 && unit <= 0xDBFF;
+}
+
+// A byte of a path that is not UTF-8. Half of a pair it cannot be.
+bool isByte(std::u16string_view text, std::size_t at)
+{
+    return text[at] >= 0xDC80 && text[at] <= 0xDCFF && (at == 0 || !isHighSurrogate(text[at - 1]));
+}
+
+std::string toBytes(std::u16string_view text)
+{
+    std::string bytes;
+    for (std::size_t at = 0; at < text.size();)
+        if (isByte(text, at)) {
+            bytes += text::toUtf8(text.substr(0, at)) + static_cast<char>(text[at] & 0xFF);
+            text.remove_prefix(at + 1);
+            at = 0;
+        } else {
+            ++at;
+        }
+    return bytes.empty() ? text::toUtf8(text) : bytes + text::toUtf8(text);
+}
+
+std::string openablePath(std::u16string_view path)
 {
     if (path.empty())
         throw RuntimeError(Failure::PathFileAccessError, ENOENT);
-    std::string native = text::toUtf8(path);
+    std::string native = toBytes(path);
     if (!isNamable(native))
         throw RuntimeError(Failure::BadFileNumber, EINVAL);
     return native;
@@ -148,7 +173,7 @@ int open(const std::string& native, File::Mode mode, Place place)
 
 File::File(std::u16string_view path, Mode mode, Place place)
 {
-    const std::string native = nativePath(path);
+    const std::string native = openablePath(path);
     handle_ = open(native, mode, place);
     if (handle_ < 0)
         failOnPath(native);
@@ -156,7 +181,7 @@ File::File(std::u16string_view path, Mode mode, Place place)
 
 std::optional<File> File::tryOpen(std::u16string_view path)
 {
-    const std::string native = text::toUtf8(path);
+    const std::string native = toBytes(path);
     const int opened = isNamable(native) ? open(native, Mode::Read, Place::shared) : -1;
     return opened < 0 ? std::nullopt : std::optional(File(std::intptr_t{opened}));
 }
@@ -204,7 +229,7 @@ FileState File::state() const
 
 void removeFile(std::u16string_view path)
 {
-    const std::string native = nativePath(path);
+    const std::string native = openablePath(path);
     if (::unlink(native.c_str()) != 0) {
         // Some systems say EPERM where the name is a directory's.
         if (errno == EPERM && isDirectory(native))
@@ -220,13 +245,28 @@ bool isHeld(std::u16string_view)
 
 std::optional<FileState> stateOf(std::u16string_view path)
 {
-    const std::string native = text::toUtf8(path);
+    const std::string native = toBytes(path);
     struct stat status;
     if (isNamable(native) && ::stat(native.c_str(), &status) == 0)
         return stateFrom(status);
     if (!isNamable(native) || errno == ENOENT || errno == ENOTDIR)
         return std::nullopt;
     failOnPath(native);
+}
+
+std::u16string pathText(const std::filesystem::path& path)
+{
+    if (text::isUtf8(path.native()))
+        return text::fromUtf8(path.native());
+    std::u16string text;
+    for (const char byte : path.native())
+        text += static_cast<char16_t>(byte < 0 ? 0xDC00 | static_cast<unsigned char>(byte) : byte);
+    return text;
+}
+
+std::filesystem::path nativePath(std::u16string_view text)
+{
+    return toBytes(text);
 }
 
 std::u16string_view separators() noexcept

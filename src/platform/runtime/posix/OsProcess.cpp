@@ -11,6 +11,7 @@
 #include <limits.h>
 #include <unistd.h>
 
+#include "platform/runtime/OsFile.h"
 #include "platform/runtime/RuntimeError.h"
 #include "platform/runtime/Text.h"
 
@@ -63,9 +64,9 @@ std::optional<std::u16string> environmentVariable(const std::u16string& name)
 
 std::u16string loadedFile()
 {
-    // Not resolved further: a link to the component in another directory is a site of that directory.
-    const auto absolute = std::filesystem::path(loaded.directory) / loaded.name;
-    return text::fromUtf8(absolute.lexically_normal().native());
+    // Not resolved further: a link to the component in another directory is a site of that directory. And
+    // ".." stays: behind a link to a directory it does not lead back to where the link is.
+    return pathText(std::filesystem::path(loaded.directory) / loaded.name);
 }
 
 std::chrono::year_month_day localDate()

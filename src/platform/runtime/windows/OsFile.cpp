@@ -237,6 +237,16 @@ std::optional<FileState> stateOf(std::u16string_view path)
     return state;
 }
 
+std::u16string pathText(const std::filesystem::path& path)
+{
+    return path.u16string();
+}
+
+std::filesystem::path nativePath(std::u16string_view text)
+{
+    return text;
+}
+
 std::u16string_view separators() noexcept
 {
     return u"\\/";
