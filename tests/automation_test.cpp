@@ -187,7 +187,7 @@ TEST(Automation, FollowsReferences)
 TEST(Automation, RefusesWrongUse)
 {
     Variant target;
-    VARIANT number = variantOf(VT_I4, 1), array = variantOf<void*>(VT_ARRAY | VT_I4, nullptr);
+    VARIANT number = variantOf(VT_I4, 1), array = variantOf<void*>(0x2000 | VT_I4, nullptr);
     VARIANT nowhere = variantOf<void*>(VT_BYREF | VT_I4, nullptr);
     CLSID clsid;
     void* object = &target;
@@ -202,7 +202,8 @@ TEST(Automation, RefusesWrongUse)
         {"identifier to null", CLSIDFromString(u"{", nullptr), E_INVALIDARG},
         {"no programmatic identifier", CLSIDFromProgID(nullptr, &clsid), E_INVALIDARG},
         {"not a GUID", CLSIDFromString(u"{00000000-0000-0000-C000-00000000004G}", &clsid), CO_E_CLASSSTRING},
-        {"object to null", CoCreateInstance(IID_NULL, nullptr, CLSCTX_ALL, IID_IUnknown, nullptr), E_POINTER},
+        {"object to null", CoCreateInstance(IID_NULL, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown, nullptr),
+         E_POINTER},
         {"no file of a class", AutomationRegisterClass(IID_NULL, u"A.B", nullptr), E_INVALIDARG},
         {"two lines of registry", AutomationRegisterClass(IID_NULL, u"A.B", "/a\nb"), E_INVALIDARG},
     };
@@ -370,7 +371,7 @@ TEST(Automation, FindsRegisteredClasses)
     const ScratchDirectory scratch;
     const ScopedVariable registry("AUTOMATION_REGISTRY", (scratch / "new directory" / "registry").string());
     const auto create = [](void** object) {
-        return CoCreateInstance(CLSID_DispSvr, nullptr, CLSCTX_ALL, IID_IUnknown, object);
+        return CoCreateInstance(CLSID_DispSvr, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown, object);
     };
     const auto registerFile = [](const fs::path& file) {
         return AutomationRegisterClass(CLSID_DispSvr, u"Test.Class", file.c_str());

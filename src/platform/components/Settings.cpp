@@ -31,7 +31,7 @@ std::u16string decode(std::string_view bytes)
     if (bytes.starts_with("\xFE\xFF"))
         return fromUtf16(bytes, 1, 0);
     // Pure ASCII reads the same either way.
-    return text::isUtf8(bytes) ? text::fromUtf8(bytes) : text::fromCodePage(bytes);
+    return text::fromBytes(bytes);
 }
 
 std::u16string_view withoutBlanks(std::u16string_view text)

@@ -7,6 +7,8 @@
 #include <limits>
 #include <string>
 
+#include "platform/automation/Rounding.h"
+
 namespace vqloan::numbers {
 namespace {
 
@@ -94,14 +96,6 @@ bool isTiny(const std::string& mantissa, const std::string& exponent)
     return first == mantissa.npos || power + static_cast<long>(point) - static_cast<long>(first) < 0;
 }
 
-// Whatever rounding the client's program has set.
-double roundHalfEven(double number)
-{
-    const double below = std::floor(number);
-    const double rest = number - below;
-    return rest > 0.5 || (rest == 0.5 && std::fmod(below, 2) != 0) ? below + 1 : below;
-}
-
 } // namespace
 
 double leadingNumber(std::u16string_view text)
@@ -138,7 +132,7 @@ double leadingNumber(std::u16string_view text)
 
 Int16 toInteger(double number)
 {
-    const double rounded = roundHalfEven(number);
+    const double rounded = automation::roundHalfEven(number);
     if (!(rounded >= -32768 && rounded <= 32767))
         throw RuntimeError(Failure::Overflow);
     return Int16(static_cast<int>(rounded));

@@ -212,6 +212,11 @@ bool isUtf8(std::string_view bytes) noexcept
     return true;
 }
 
+std::u16string fromBytes(std::string_view bytes)
+{
+    return isUtf8(bytes) ? fromUtf8(bytes) : fromCodePage(bytes);
+}
+
 std::u16string decimal(std::int64_t number)
 {
     const std::string digits = std::to_string(number);

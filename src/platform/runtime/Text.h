@@ -39,6 +39,8 @@ void fromCodePage(std::string_view bytes, std::u16string& text);
 std::string toUtf8(std::u16string_view text);
 std::u16string fromUtf8(std::string_view bytes);
 bool isUtf8(std::string_view bytes) noexcept;
+// Bytes that nothing is known of: UTF-8 where they are that, else the code page.
+std::u16string fromBytes(std::string_view bytes);
 
 // A number in decimal digits, "-" in front when negative.
 std::u16string decimal(std::int64_t number);

@@ -114,6 +114,11 @@ Variant Variant::fromDate(double days) noexcept
     return result;
 }
 
+Variant Variant::integer(std::int64_t value) noexcept
+{
+    return std::in_range<std::int32_t>(value) ? Variant(static_cast<std::int32_t>(value)) : Variant(value);
+}
+
 Variant Variant::null() noexcept
 {
     Variant result;

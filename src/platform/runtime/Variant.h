@@ -23,6 +23,8 @@ public:
     Variant(const std::u16string& text) : Variant(std::u16string_view(text)) {}
     // Days since 1899-12-30, the time of day as fraction.
     static Variant fromDate(double days) noexcept;
+    // The narrowest of 32 and 64 bits that holds it.
+    static Variant integer(std::int64_t value) noexcept;
     static Variant null() noexcept;
     // What automation passes for an argument that the caller left out.
     static Variant missing() noexcept;

@@ -61,7 +61,7 @@ public:
         switch (kind) {
         case Kind::Integer: {
             SQLBIGINT number = 0;
-            return get(column, SQL_C_SBIGINT, number) ? integer(number) : Variant::null();
+            return get(column, SQL_C_SBIGINT, number) ? Variant::integer(number) : Variant::null();
         }
         case Kind::Real: {
             double number = 0;
@@ -75,7 +75,7 @@ public:
             return date(column);
         case Kind::Bytes: {
             const auto bytes = whole<char>(column, SQL_C_BINARY);
-            return bytes ? Variant(textOf(*bytes)) : Variant::null();
+            return bytes ? Variant(text::fromBytes(*bytes)) : Variant::null();
         }
         case Kind::Text:
             break;
@@ -128,7 +128,7 @@ private:
             }
         }
         const auto bytes = whole<char>(column, SQL_C_CHAR);
-        return bytes ? std::optional(textOf(*bytes)) : std::nullopt;
+        return bytes ? std::optional(text::fromBytes(*bytes)) : std::nullopt;
     }
 
     Variant date(SQLUSMALLINT column)
@@ -148,31 +148,18 @@ private:
         return text ? Variant(*text) : Variant::null();
     }
 
-    static Variant integer(std::int64_t number)
-    {
-        using Narrow = std::numeric_limits<std::int32_t>;
-        if (number < Narrow::min() || number > Narrow::max())
-            return number;
-        return static_cast<std::int32_t>(number);
-    }
-
     static Variant decimal(const std::u16string& digits)
     {
         const std::string narrow = text::toUtf8(digits);
         const char *begin = narrow.data(), *end = begin + narrow.size();
         std::int64_t whole = 0;
         if (std::from_chars(begin, end, whole).ptr == end)
-            return integer(whole);
+            return Variant::integer(whole);
         double real = 0;
         constexpr std::size_t exactDigits = std::numeric_limits<double>::digits10;
         if (narrow.size() <= exactDigits && std::from_chars(begin, end, real).ptr == end)
             return real;
         return digits;
-    }
-
-    static std::u16string textOf(std::string_view bytes)
-    {
-        return text::isUtf8(bytes) ? text::fromUtf8(bytes) : text::fromCodePage(bytes);
     }
 
     const Statement& statement_;

@@ -3,7 +3,6 @@
 #include <sqlite3.h>
 
 #include <algorithm>
-#include <limits>
 #include <optional>
 
 #include "platform/ado/DateValue.h"
@@ -43,14 +42,6 @@ Variant textVariant(std::string_view utf8)
     result.address()->vt = VT_BSTR;
     result.address()->bstrVal = wide;
     return result;
-}
-
-Variant integerVariant(std::int64_t number)
-{
-    using Narrow = std::numeric_limits<std::int32_t>;
-    if (number < Narrow::min() || number > Narrow::max())
-        return number;
-    return static_cast<std::int32_t>(number);
 }
 
 // Declarations go on freely after the type's name: "TIMESTAMP(6)", "DATE NOT NULL".
@@ -169,7 +160,7 @@ Variant SqliteStatement::value(std::size_t column)
     case SQLITE_NULL:
         return Variant::null();
     case SQLITE_INTEGER:
-        return integerVariant(sqlite3_column_int64(handle_.get(), at));
+        return Variant::integer(sqlite3_column_int64(handle_.get(), at));
     case SQLITE_FLOAT:
         return sqlite3_column_double(handle_.get(), at);
     case SQLITE_TEXT: {
@@ -187,7 +178,7 @@ Variant SqliteStatement::value(std::size_t column)
         const char* bytes = static_cast<const char*>(sqlite3_column_blob(handle_.get(), at));
         const std::string_view blob(bytes ? bytes : "",
                                     static_cast<std::size_t>(sqlite3_column_bytes(handle_.get(), at)));
-        return text::isUtf8(blob) ? text::fromUtf8(blob) : text::fromCodePage(blob);
+        return text::fromBytes(blob);
     }
     }
 }

@@ -58,10 +58,6 @@ inline bool operator==(const GUID& a, const GUID& b) noexcept
     return __builtin_memcmp(&a, &b, sizeof(GUID)) == 0;
 }
 
-inline bool IsEqualGUID(REFGUID a, REFGUID b) noexcept
-{
-    return a == b;
-}
 inline bool IsEqualIID(REFIID a, REFIID b) noexcept
 {
     return a == b;
@@ -94,23 +90,18 @@ inline constexpr HRESULT CLASS_E_NOAGGREGATION = hresult(0x80040110);
 inline constexpr HRESULT CLASS_E_CLASSNOTAVAILABLE = hresult(0x80040111);
 inline constexpr HRESULT REGDB_E_CLASSNOTREG = hresult(0x80040154);
 inline constexpr HRESULT REGDB_E_READREGDB = hresult(0x80040150);
-inline constexpr HRESULT CO_E_NOTINITIALIZED = hresult(0x800401F0);
 inline constexpr HRESULT CO_E_CLASSSTRING = hresult(0x800401F3);
 inline constexpr HRESULT CO_E_DLLNOTFOUND = hresult(0x800401F8);
 inline constexpr HRESULT CO_E_ERRORINDLL = hresult(0x800401F9);
-inline constexpr HRESULT SELFREG_E_CLASS = hresult(0x80040201);
 inline constexpr HRESULT DISP_E_UNKNOWNINTERFACE = hresult(0x80020001);
 inline constexpr HRESULT DISP_E_MEMBERNOTFOUND = hresult(0x80020003);
 inline constexpr HRESULT DISP_E_PARAMNOTFOUND = hresult(0x80020004);
 inline constexpr HRESULT DISP_E_TYPEMISMATCH = hresult(0x80020005);
 inline constexpr HRESULT DISP_E_UNKNOWNNAME = hresult(0x80020006);
-inline constexpr HRESULT DISP_E_NONAMEDARGS = hresult(0x80020007);
 inline constexpr HRESULT DISP_E_BADVARTYPE = hresult(0x80020008);
 inline constexpr HRESULT DISP_E_EXCEPTION = hresult(0x80020009);
 inline constexpr HRESULT DISP_E_OVERFLOW = hresult(0x8002000A);
 inline constexpr HRESULT DISP_E_BADINDEX = hresult(0x8002000B);
-inline constexpr HRESULT DISP_E_UNKNOWNLCID = hresult(0x8002000C);
-inline constexpr HRESULT DISP_E_ARRAYISLOCKED = hresult(0x8002000D);
 inline constexpr HRESULT DISP_E_BADPARAMCOUNT = hresult(0x8002000E);
 inline constexpr HRESULT DISP_E_PARAMNOTOPTIONAL = hresult(0x8002000F);
 inline constexpr bool SUCCEEDED(HRESULT result) noexcept
@@ -149,9 +140,7 @@ enum VARENUM : VARTYPE
     VT_UI8 = 21,
     VT_INT = 22,
     VT_UINT = 23,
-    VT_ARRAY = 0x2000,
-    VT_BYREF = 0x4000,
-    VT_TYPEMASK = 0x0FFF
+    VT_BYREF = 0x4000
 };
 
 struct IUnknown;
@@ -186,25 +175,8 @@ struct VARIANT
         USHORT uiVal;
         ULONG ulVal;
         ULONGLONG ullVal;
-        INT intVal;
-        UINT uintVal;
-        BYTE* pbVal;
-        SHORT* piVal;
-        LONG* plVal;
-        LONGLONG* pllVal;
-        float* pfltVal;
-        double* pdblVal;
-        VARIANT_BOOL* pboolVal;
-        SCODE* pscode;
-        CY* pcyVal;
-        DATE* pdate;
         BSTR* pbstrVal;
-        IUnknown** ppunkVal;
-        IDispatch** ppdispVal;
         VARIANT* pvarVal;
-        USHORT* puiVal;
-        ULONG* pulVal;
-        ULONGLONG* pullVal;
         void* byref;
         void* pair[2]; // fills the 24 bytes; a record's data and its description elsewhere
     };
@@ -328,7 +300,6 @@ protected:
 };
 
 inline constexpr DWORD CLSCTX_INPROC_SERVER = 1;
-inline constexpr DWORD CLSCTX_ALL = 0x17;
 
 extern "C" {
 // Texts. A null BSTR is an empty text everywhere; lengths are in UTF-16 units unless "Byte" is in the name.

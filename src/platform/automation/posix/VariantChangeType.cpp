@@ -10,6 +10,7 @@
 #include <utility>
 #include <variant>
 
+#include "platform/automation/Rounding.h"
 #include "platform/automation/VariantLayout.h"
 #include "platform/automation/posix/DateText.h"
 #include "platform/automation/posix/Dereference.h"
@@ -117,15 +118,6 @@ HRESULT toReal(const Source& source, const Locale& locale, double& real)
     return S_OK;
 }
 
-// Halves go to the even neighbour, whatever rounding the host program has set.
-double roundHalfEven(double real) noexcept
-{
-    const double below = std::floor(real);
-    const double rest = real - below;
-    const bool up = rest > 0.5 || (rest == 0.5 && std::fmod(below, 2) != 0);
-    return up ? below + 1 : below;
-}
-
 template <class Integer> HRESULT realToInteger(double real, Integer& integer)
 {
     const double rounded = roundHalfEven(real);
@@ -138,7 +130,7 @@ template <class Integer> HRESULT realToInteger(double real, Integer& integer)
     return S_OK;
 }
 
-std::int64_t roundHalfEven(Currency currency) noexcept
+std::int64_t wholeUnits(Currency currency) noexcept
 {
     const std::int64_t whole = currency.parts / currencyScale;
     const std::int64_t rest = std::abs(currency.parts % currencyScale);
@@ -190,7 +182,7 @@ template <class Integer> HRESULT toInteger(const Source& source, const Locale& l
         return std::in_range<Integer>(number) ? S_OK : DISP_E_OVERFLOW;
     };
     if (const auto* currency = std::get_if<Currency>(&source))
-        return store(roundHalfEven(*currency));
+        return store(wholeUnits(*currency));
     const auto* number = std::get_if<std::int64_t>(&source);
     return number ? store(*number) : store(std::get<std::uint64_t>(source));
 }

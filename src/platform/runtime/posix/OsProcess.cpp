@@ -59,7 +59,7 @@ std::optional<std::u16string> environmentVariable(const std::u16string& name)
     const char* value = std::getenv(text::toUtf8(name).c_str());
     if (!value)
         return std::nullopt;
-    return text::isUtf8(value) ? text::fromUtf8(value) : text::fromCodePage(value);
+    return text::fromBytes(value);
 }
 
 std::u16string loadedFile()
