@@ -15,9 +15,6 @@ public:
     constexpr Int16() noexcept = default;
     constexpr Int16(std::integral auto value) : value_(checked(value)) {}
 
-    // For a position that nothing uses, but that cannot lie any further.
-    static constexpr void require(std::integral auto position) { checked(position); }
-
     constexpr operator int() const noexcept { return value_; }
     constexpr Int16& operator+=(int amount)
     {
