@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "platform/runtime/Bstr.h"
+#include "platform/runtime/OsFile.h"
 #include "platform/runtime/Text.h"
 #include "platform/runtime/Variant.h"
 
@@ -54,7 +55,7 @@ Component::Component(const Site& site) : library_(site.source()), object_(create
         return; // perhaps an older one, which cannot be told
     ComPtr<IDispSvrSite> settings;
     check(object_->QueryInterface(IID_IDispSvrSite, settings.addressVoid()), "QueryInterface");
-    check(settings->put_Directory(Bstr(site.directory().u16string()).get()), "put Directory");
+    check(settings->put_Directory(Bstr(os::pathText(site.directory())).get()), "put Directory");
 }
 
 bool Component::open(std::string_view kind)

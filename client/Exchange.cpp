@@ -250,7 +250,7 @@ void Exchange::drop(const Request& request) noexcept
 std::optional<os::FileState> Exchange::askerOf(const std::string& client) const
 {
     try {
-        return os::stateOf(fileOf(client, lockExtension).u16string());
+        return os::stateOf(os::pathText(fileOf(client, lockExtension)));
     } catch (const RuntimeError&) {
         return std::nullopt;
     }

@@ -5,8 +5,8 @@
 
 #include "Parameters.h"
 #include "component/DispSvr.h"
-#include "platform/runtime/ApplicationInfo.h"
 #include "platform/runtime/Numbers.h"
+#include "platform/runtime/OsFile.h"
 #include "platform/runtime/RuntimeError.h"
 #include "platform/runtime/Text.h"
 #include "site/Messages.h"
@@ -45,9 +45,9 @@ std::optional<std::string> isoDate(std::u16string_view date)
 // As the component reads them.
 CodeTable messagesOf(const Site& site)
 {
-    ApplicationInfo::pretendFile((site.directory() / componentName).u16string());
     try {
         DispSvr reader;
+        reader.SettingsDir = os::pathText(site.directory());
         reader.Load_Messa();
         return reader.TabMessa;
     } catch (const RuntimeError& error) {

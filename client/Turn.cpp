@@ -8,6 +8,7 @@
 #include "Parameters.h"
 #include "component/DispSvr.h"
 #include "platform/program/Program.h"
+#include "platform/runtime/OsFile.h"
 #include "platform/runtime/Text.h"
 #include "site/Exchange.h"
 
@@ -28,7 +29,7 @@ fs::path filesOf(const Site& site, site::Kind kind)
     }
     // By the component's own rules.
     DispSvr settings;
-    settings.SettingsDir = site.directory().u16string();
+    settings.SettingsDir = os::pathText(site.directory());
     if (kind != site::Kind::gateway || settings.OpenDatabase(site::kindNames[static_cast<int>(kind)]))
         return {};
     return fs::path(settings.ExchPath.empty() ? u"." : settings.ExchPath) /
@@ -46,7 +47,7 @@ std::optional<program::FileLock> tryTake(const fs::path& file)
 
 fs::path with(const fs::path& files, std::u16string_view extension)
 {
-    return files.u16string().append(extension);
+    return fs::path(files) += extension;
 }
 
 } // namespace

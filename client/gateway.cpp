@@ -8,6 +8,7 @@
 #include "Site.h"
 #include "component/DispSvr.h"
 #include "external/SysTools.h"
+#include "platform/runtime/OsFile.h"
 #include "platform/runtime/Text.h"
 #include "site/Exchange.h"
 #include "site/Texts.h"
@@ -45,7 +46,7 @@ std::string lastFailure()
 // The computation is this program's own; the settings are the site's.
 void open(DispSvr& svr, const Site& site, site::Kind kind)
 {
-    svr.SettingsDir = site.directory().u16string();
+    svr.SettingsDir = os::pathText(site.directory());
     if (svr.OpenDatabase(site::kindNames[static_cast<int>(kind)]))
         throw std::runtime_error("the back end cannot be opened: " + std::to_string(svr.ErrNumber()) + ' ' +
                                  lastFailure());

@@ -12,6 +12,7 @@
 #include "SampleNetwork.h"
 #include "Site.h"
 #include "platform/runtime/Clock.h"
+#include "platform/runtime/OsFile.h"
 #include "platform/runtime/Text.h"
 
 namespace fs = std::filesystem;
@@ -122,7 +123,7 @@ private:
 // written.
 std::string usablePath(const fs::path& directory)
 {
-    const std::u16string path = directory.u16string();
+    const std::u16string path = os::pathText(directory);
     if (path.find_first_of(u"§;\"'\r\n\t") != path.npos || text::fromCodePage(text::toCodePage(path)) != path)
         throw std::runtime_error("the settings files cannot name the directory " + directory.string() +
                                  ": choose one of letters, digits and ordinary signs");
