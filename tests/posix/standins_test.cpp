@@ -12,6 +12,7 @@
 #include "ScratchDirectory.h"
 #include "platform/components/IniFile.h"
 #include "platform/components/SysTools.h"
+#include "platform/runtime/TextFiles.h"
 
 namespace vqloan::test {
 namespace {
@@ -130,6 +131,32 @@ TEST_F(StandIns, SettingsThatCannotBeReadFail)
     EXPECT_EQ(number(), 67);
     ::setrlimit(RLIMIT_NOFILE, &limit);
     EXPECT_EQ(readIni(u"S", u"K"), u"1") << "it failed for a moment";
+}
+
+// It has been read already, and would be taken for the answer to the next question.
+TEST_F(StandIns, AFileThatCouldNotBeDeletedIsNotThereUntilItChanges)
+{
+    const auto directory = scratch / "exchange", file = directory / "answer";
+    std::u16string path = file.u16string();
+    create_directory(directory);
+    write(file, "old\r\n");
+    permissions(scratch.path(), std::filesystem::perms::all);
+    permissions(directory, std::filesystem::perms(0555));
+    const uid_t user = ::geteuid();
+    const auto failToDelete = [&] { // nothing is forbidden to the system's administrator
+        ASSERT_EQ(::seteuid(user == 0 ? 65534 : user), 0);
+        EXPECT_TRUE(tools.FileExists(path));
+        EXPECT_EQ(failureOf([&] { files::remove(path); }).number, 70);
+        EXPECT_FALSE(tools.FileExists(path));
+        EXPECT_FALSE(files::tryOpenForReading(1, path));
+        ASSERT_EQ(::seteuid(user), 0);
+    };
+    failToDelete();
+    write(file, "a new one\r\n");
+    failToDelete();
+    permissions(directory, std::filesystem::perms::all);
+    EXPECT_FALSE(tools.FileExists(path));
+    EXPECT_FALSE(exists(file)) << "it can be deleted by now";
 }
 
 // A counterpart that makes its file first and fills it later is waited for.

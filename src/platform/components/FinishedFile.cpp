@@ -50,7 +50,7 @@ bool isFinishedFile(std::u16string_view path)
 {
     try {
         // Whether it is held is only asked of a whole one: the question itself can keep its writer out.
-        return isWholeFile(path) && !os::isHeld(path);
+        return !files::isSpent(path) && isWholeFile(path) && !os::isHeld(path);
     } catch (const RuntimeError&) {
         return false;
     }

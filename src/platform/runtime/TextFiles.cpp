@@ -17,6 +17,9 @@ constexpr std::int32_t highestNumber = 511;
 constexpr std::size_t readSize = 8 * 1024;   // parameter and answer files come in one piece
 constexpr std::size_t writeSize = 64 * 1024; // as much as is kept back
 
+// Files that could not be deleted, as they were then. Normally there is none.
+using Undeleted = std::map<std::u16string, os::FileState, std::less<>>;
+
 class TextFile
 {
 public:
@@ -169,6 +172,8 @@ bool tryOpenForReading(std::int32_t number, std::u16string_view path)
 {
     try {
         requireFree(number);
+        if (isSpent(path))
+            return false;
         std::optional<os::File> file = os::File::tryOpen(path);
         return file &&
                openFiles().try_emplace(number, std::move(*file), os::File::Mode::Read, Place::shared).second;
@@ -224,7 +229,31 @@ void closeAll() noexcept
 
 void remove(std::u16string_view path)
 {
-    os::removeFile(path);
+    try {
+        os::removeFile(path);
+    } catch (const RuntimeError& error) {
+        if (error.number != static_cast<std::int32_t>(Failure::FileNotFound))
+            if (const auto state = os::stateOf(path))
+                perThread<Undeleted>()[std::u16string(path)] = *state;
+        throw;
+    }
+}
+
+bool isSpent(std::u16string_view path)
+{
+    Undeleted& undeleted = perThread<Undeleted>();
+    const auto found = undeleted.empty() ? undeleted.end() : undeleted.find(path);
+    if (found == undeleted.end())
+        return false;
+    try {
+        const bool same = os::stateOf(path) == found->second;
+        if (same)
+            os::removeFile(path);
+        undeleted.erase(found);
+        return same;
+    } catch (const RuntimeError&) { // it still cannot be deleted
+        return true;
+    }
 }
 
 } // namespace vqloan::files

@@ -23,8 +23,8 @@ inline constexpr std::size_t longestSharedLine = 1024 * 1024;
 std::int32_t freeNumber();
 
 void openForReading(std::int32_t number, std::u16string_view path, Place place = Place::own);
-// In a shared directory, and false where that fails: for what is looked for again and again, where a failure
-// each time would cost more than the look.
+// In a shared directory, and false where that fails or the file is spent: for what is looked for again and
+// again, where a failure each time would cost more than the look.
 bool tryOpenForReading(std::int32_t number, std::u16string_view path);
 // Creates the file, or empties one that exists.
 void openForWriting(std::int32_t number, std::u16string_view path, Place place = Place::own);
@@ -44,5 +44,8 @@ void closeAll() noexcept;
 
 // Deletes a file: 53, 70, 75, 76.
 void remove(std::u16string_view path);
+// True for a file that this thread could not delete, as long as nobody has changed it: whoever waits for a
+// new file of that name must not take it for one. It is deleted here where that goes by now.
+bool isSpent(std::u16string_view path);
 
 } // namespace vqloan::files
