@@ -509,6 +509,20 @@ class Documents(Site):
             options = re.findall(r"--[a-z]+", said)
             self.assertEqual([o for o in (command, *options) if o not in page], [], command)
 
+    def test_scripts_say_what_they_do_and_do_nothing_else(self):
+        tools = self.scratch / "tools"  # with which a script can do little more than that
+        tools.mkdir()
+        for tool in ("dirname", "python3", "sed"):
+            (tools / tool).symlink_to(shutil.which(tool))
+        shutil.copytree(ROOT / "scripts", self.scratch / "tree/scripts")
+        scripts = [script for script in (self.scratch / "tree/scripts").iterdir() if os.access(script, os.X_OK)]
+        before = sorted(self.scratch.rglob("*"))
+        for script in scripts:
+            done = subprocess.run([script, "--help"], env={"PATH": str(tools)}, capture_output=True, text=True)
+            self.assertRegex(done.stdout, r"\A[A-Z](.|\n)*\.\n\Z", script)
+            self.assertEqual((done.returncode, done.stderr), (0, ""), script)
+        self.assertEqual(sorted(self.scratch.rglob("*")), before)
+
     def test_the_first_minutes_of_an_ordinary_user(self):
         """The README's command lines word for word, from the top of the tree, in a home directory."""
         home = self.scratch / "home"

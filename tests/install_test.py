@@ -52,10 +52,14 @@ class Installed(unittest.TestCase):
                 self.assertNotIn(bytes(BUILD), content, file)
                 self.assertNotIn(bytes(self.scratch), content, file)
 
-    def test_the_program_finds_its_component(self):
-        said = run(self.tree / "bin/vqloan", "ask", "--kind=SQL2", f"--site={self.site}", "--library=00",
-                   "--inventory=KA000001", cwd=self.scratch)
-        self.assertIn("Disponibile", said)
+    def test_the_first_steps_of_a_user(self):
+        """Those that scripts/test-package takes on a bare Debian."""
+        sanitizer = re.search(r"=> (\S*libasan\S*)", run("ldd", self.component))
+        environment = {**self.environment, "HOME": str(self.scratch), "PYTHONPATH": str(ROOT / "python"),
+                       "PYTHONDONTWRITEBYTECODE": "1", "PATH": f"{self.tree}/bin:{os.environ['PATH']}",
+                       **({"LD_PRELOAD": sanitizer[1], "ASAN_OPTIONS": "detect_leaks=0"} if sanitizer else {})}
+        said = run("sh", ROOT / "packaging/first-steps", cwd=self.scratch, env=environment)
+        self.assertEqual((said.count("No findings."), said.count("KA000002")), (3, 3), said)
 
     def test_the_services_are_as_systemd_wants_them(self):
         units = sorted(self.tree.glob("lib/systemd/system/*"))
@@ -71,6 +75,7 @@ class Installed(unittest.TestCase):
                 (here / unit.name.replace("@", "@srv-vqloan")).write_text(text)
             said = subprocess.run(["systemd-analyze", "verify", "--man=no", *here.iterdir()], capture_output=True, text=True)
             self.assertEqual([line for line in said.stderr.splitlines() if "vqloan" in line], [])
+            run("systemd-analyze", "security", "--offline=true", "--threshold=15", *here.iterdir())
 
     def test_completion_offers_what_the_program_has(self):
         script = next(self.tree.glob("share/bash-completion/completions/vqloan"))

@@ -7,7 +7,10 @@ It needs the package `vqloan` (pip install ./python), and the component in the s
 """
 import sys
 
-import vqloan
+try:
+    import vqloan
+except ImportError as missing:
+    sys.exit(f"ask.py: {missing} (pip install ./python)")
 
 
 def main():
@@ -17,8 +20,8 @@ def main():
     try:
         with vqloan.Server(site, kind) as server:
             for answer in server.ask([vqloan.Copy(library, inventory=inventory)]):
-                print(answer.library, answer.text, sep="\t")
-    except vqloan.Error as error:
+                print(answer.library, answer.text, sep="\t", flush=True)
+    except (vqloan.Error, ValueError, OSError) as error:  # the last two: what cannot be asked, and written
         sys.exit(f"ask.py: {error}")
 
 

@@ -118,9 +118,15 @@ class Site(unittest.TestCase):
                 self.assertEqual((one.own_library, other.own_library), ("00", "08"))
 
     def test_the_example_tells_its_troubles_in_a_sentence(self):
-        for site, status, sentence in ((self.site, 0, "In prestito dal"), ("/nowhere", 1, "ask.py: there is no directory"),
-                                       (self.site / "host", 1, "ask.py: the back end SQL2")):
-            done = subprocess.run([sys.executable, EXAMPLE, site, "SQL2", "01", "KA000002"], capture_output=True, text=True)
+        no_package = ["-I", EXAMPLE]  # which -I keeps from being found
+        for program, site, library, status, sentence in (
+                ([EXAMPLE], self.site, "01", 0, "In prestito dal"),
+                ([EXAMPLE], "/nowhere", "01", 1, "ask.py: there is no directory"),
+                ([EXAMPLE], self.site / "host", "01", 1, "ask.py: the back end SQL2"),
+                ([EXAMPLE], self.site, "0\t1", 1, "ask.py: the library of a copy must not hold a TAB"),
+                (no_package, self.site, "01", 1, "ask.py: No module named 'vqloan'")):
+            done = subprocess.run([sys.executable, *program, site, "SQL2", library, "KA000002"], capture_output=True,
+                                  text=True)
             self.assertEqual(done.returncode, status, done.stderr)
             self.assertIn(sentence, done.stdout + done.stderr)
             self.assertNotIn("Traceback", done.stderr)
