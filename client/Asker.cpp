@@ -55,7 +55,7 @@ bool isRecorded(Kind kind, std::u16string_view message)
 
 Asker::Asker(const Site& site, Kind kind) : kind_(kind), component_(site), situations_(site, kind)
 {
-    if (!component_.open(text::toUtf8(site::kindNames[static_cast<int>(kind)])))
+    if (!component_.open(text::toUtf8(site::nameOf(kind))))
         throw std::runtime_error("the back end cannot be opened: " + component_.lastFailure().text());
     if (kind != Kind::host)
         setOwnLibrary(nobody);

@@ -6,6 +6,8 @@
 #include <optional>
 #include <string>
 
+#include "site/Kind.h"
+
 namespace vqloan::client {
 
 // Exit statuses; what a subcommand throws ends in `nothingDone`.
@@ -15,7 +17,8 @@ inline constexpr int nothingDone = 2;
 
 struct AskOptions
 {
-    std::string kind, site;
+    site::Kind kind = site::Kind::none;
+    std::string site;
     std::optional<std::string> own; // the own library, where it is not the back end's own choice
     std::string format; // "table", "raw", "json", "ndjson", "csv"; empty: table on a terminal, else raw
     int wait = 10;      // seconds for another client of the same number to end
@@ -26,7 +29,9 @@ int ask(const AskOptions& options);
 
 struct CheckOptions
 {
-    std::string kind, site;
+    site::Kind kind = site::Kind::none; // none: each that is set up
+    std::string site;
+    std::string format; // "text" or "json"; empty: text
 };
 int check(const CheckOptions& options);
 

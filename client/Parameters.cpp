@@ -1,6 +1,7 @@
 #include "Parameters.h"
 
 #include <stdexcept>
+#include <utility>
 
 #include "Input.h"
 #include "platform/runtime/Text.h"
@@ -8,9 +9,11 @@
 
 namespace vqloan::client {
 
-Parameters::Parameters(const Site& site) : file_(site.parameters())
+Parameters::Parameters(const Site& site) : Parameters(site.parameters(), readFile(site.parameters())) {}
+
+Parameters::Parameters(std::filesystem::path file, std::string_view contents) : file_(std::move(file))
 {
-    const std::u16string all = text::fromCodePage(readFile(file_));
+    const std::u16string all = text::fromCodePage(contents);
     for (std::size_t at = 0; at < all.size();) {
         const auto end = std::min(all.find(u'\r', at), all.size());
         lines_.push_back(all.substr(at, end - at));

@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Site.h"
@@ -14,6 +15,8 @@ class Parameters
 public:
     // Throws std::runtime_error when the file cannot be read.
     explicit Parameters(const Site& site);
+    // Of a file that has been read.
+    Parameters(std::filesystem::path file, std::string_view contents);
 
     // Lines end in CR, or CR LF; a lone LF is part of its line.
     const std::vector<std::u16string>& lines() const noexcept { return lines_; }

@@ -6,6 +6,9 @@
 #include <sstream>
 #include <utility>
 
+#include "platform/program/Program.h"
+#include "platform/runtime/Numbers.h"
+#include "platform/runtime/OsProcess.h"
 #include "platform/runtime/Text.h"
 
 namespace vqloan::client {
@@ -86,19 +89,37 @@ std::u32string takeLine(std::u32string& text, std::size_t width)
     return line;
 }
 
+// What a cell cannot do with less than without breaking a word, where there are no absurd ones.
+std::size_t longestWord(std::u32string_view text)
+{
+    constexpr std::size_t longest = 120;
+    std::size_t most = narrowest;
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find(U' '), text.size());
+        most = std::max(most, columns(text.substr(0, end)));
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return std::min(most, longest);
+}
+
 std::vector<std::size_t> columnWidths(const std::vector<std::vector<std::u32string>>& rows, std::size_t width)
 {
-    std::vector<std::size_t> widths(rows.front().size());
+    std::vector<std::size_t> widths(rows.front().size()), least(widths.size());
     for (const auto& row : rows)
-        for (std::size_t i = 0; i < row.size(); ++i)
+        for (std::size_t i = 0; i < row.size(); ++i) {
             widths[i] = std::max(widths[i], columns(row[i]));
-    for (;;) {
-        const std::size_t total = std::accumulate(widths.begin(), widths.end(), gap * (widths.size() - 1));
-        const auto widest = std::ranges::max_element(widths);
-        if (total <= width || *widest <= narrowest)
-            return widths;
+            least[i] = std::max(least[i], longestWord(row[i]));
+        }
+    while (std::accumulate(widths.begin(), widths.end(), gap * (widths.size() - 1)) > width) {
+        std::size_t* widest = nullptr;
+        for (std::size_t i = 0; i < widths.size(); ++i)
+            if (widths[i] > least[i] && (!widest || widths[i] > *widest))
+                widest = &widths[i];
+        if (!widest)
+            break;
         --*widest;
     }
+    return widths;
 }
 
 // One row on as many lines as its cells need.
@@ -136,6 +157,15 @@ std::vector<std::u32string> rule(const std::vector<std::size_t>& widths)
 }
 
 } // namespace
+
+std::size_t outputWidth()
+{
+    const std::u16string told = os::environmentVariable(u"COLUMNS").value_or(u"");
+    if (!told.empty() && told.size() < 6 && told.find_first_not_of(u"0123456789") == told.npos)
+        return std::max<std::size_t>(20, static_cast<std::size_t>(numbers::leadingNumber(told)));
+    const int columns = program::terminalColumns(program::Stream::output);
+    return columns > 0 ? static_cast<std::size_t>(columns) : 80;
+}
 
 std::string formatTable(const std::vector<Row>& rows, std::size_t width)
 {

@@ -30,7 +30,7 @@ fs::path filesOf(const Site& site, site::Kind kind)
     // By the component's own rules.
     DispSvr settings;
     settings.SettingsDir = os::pathText(site.directory());
-    if (kind != site::Kind::gateway || settings.OpenDatabase(site::kindNames[static_cast<int>(kind)]))
+    if (kind != site::Kind::gateway || settings.OpenDatabase(site::nameOf(kind)))
         return {};
     return fs::path(settings.ExchPath.empty() ? u"." : settings.ExchPath) /
            site::gatewayFile(settings.ClientId, u"");

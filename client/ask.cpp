@@ -131,14 +131,8 @@ public:
     }
 
 private:
-    static std::size_t width()
-    {
-        const int columns = program::terminalColumns(program::Stream::output);
-        return columns > 0 ? static_cast<std::size_t>(columns) : 80;
-    }
-
     TableWriter table_{
-        std::cout, {u"Code", u"Library", u"Shelf mark", u"Inventory", u"Availability"}, width()};
+        std::cout, {u"Code", u"Library", u"Shelf mark", u"Inventory", u"Availability"}, outputWidth()};
 };
 
 class JsonPrinter : public Printer
@@ -312,7 +306,7 @@ private:
 
 int ask(const AskOptions& options)
 {
-    const Kind kind = site::kindNamed(text::fromUtf8(options.kind));
+    const Kind kind = options.kind;
     const Site site(options.site);
     Requests requests(options);
     const Turn turn(site, kind, std::chrono::seconds(options.wait));

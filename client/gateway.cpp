@@ -47,7 +47,7 @@ std::string lastFailure()
 void open(DispSvr& svr, const Site& site, site::Kind kind)
 {
     svr.SettingsDir = os::pathText(site.directory());
-    if (svr.OpenDatabase(site::kindNames[static_cast<int>(kind)]))
+    if (svr.OpenDatabase(site::nameOf(kind)))
         throw std::runtime_error("the back end cannot be opened: " + std::to_string(svr.ErrNumber()) + ' ' +
                                  lastFailure());
 }

@@ -4,30 +4,40 @@
 
 #include <algorithm>
 #include <iostream>
-#include <numeric>
 #include <stdexcept>
-#include <string_view>
-#include <utility>
 #include <vector>
 
 #include "Commands.h"
 #include "Log.h"
+#include "Nearest.h"
 #include "platform/automation/Automation.h"
+#include "platform/runtime/Text.h"
+#include "site/Kind.h"
 
 using namespace vqloan::client;
+namespace text = vqloan::text;
 
 namespace {
 
 // Of what is told in seconds or milliseconds.
 constexpr int longestTime = 1000 * 1000;
 
-void addKind(CLI::App* command, std::string& kind)
+CLI::Option* addKind(CLI::App* command, vqloan::site::Kind& kind)
 {
-    command->add_option("--kind", kind, "Back end: SQL2 (database), SQL (gateway), 7000 (host)")
-        ->required()
+    std::vector<std::string> names;
+    std::string description = "Back end:";
+    for (const auto& row : vqloan::site::kinds) {
+        names.push_back(text::toUtf8(row.name));
+        description +=
+            (names.size() > 1 ? ", " : " ") + names.back() + " (" + text::toUtf8(row.backEnd) + ")";
+    }
+    const auto set = [&kind](const std::string& name) {
+        kind = vqloan::site::kindNamed(text::fromUtf8(name));
+    };
+    return command->add_option_function<std::string>("--kind", set, description)
         ->envname("VQLOAN_KIND")
         ->type_name("KIND")
-        ->transform(CLI::IsMember({"SQL2", "SQL", "7000"}, CLI::ignore_case).description(""));
+        ->transform(CLI::IsMember(names, CLI::ignore_case).description(""));
 }
 
 void addSite(CLI::App* command, std::string& site)
@@ -40,7 +50,7 @@ void addSite(CLI::App* command, std::string& site)
 CLI::App* addAsk(CLI::App& program, AskOptions& options)
 {
     CLI::App* const command = program.add_subcommand("ask", "Ask whether copies can be had");
-    addKind(command, options.kind);
+    addKind(command, options.kind)->required();
     addSite(command, options.site);
     command->add_option("--own", options.own, "Own library, answered first in raw text")->type_name("CODE");
     command->add_option("--format", options.format, "table (at a terminal), raw (else), json, ndjson, csv")
@@ -74,9 +84,15 @@ CLI::App* addCheck(CLI::App& program, CheckOptions& options)
     CLI::App* const command = program.add_subcommand("check", "Tell what is wrong with a site's settings");
     addKind(command, options.kind);
     addSite(command, options.site);
-    command->footer("Passwords, and what placeholders stand for, are not shown.\n\n"
-                    "Example:\n"
-                    "  vqloan check --kind SQL2 --site /srv/vqloan\n\n"
+    command->add_option("--format", options.format, "text (default) or json")
+        ->type_name("FORMAT")
+        ->check(CLI::IsMember({"text", "json"}).description(""));
+    command->footer("Without --kind it checks each that is set up; that nobody answers a question of\n"
+                    "the kinds SQL and 7000 is a finding with --kind only. Passwords, and what\n"
+                    "placeholders stand for, are not shown.\n\n"
+                    "Examples:\n"
+                    "  vqloan check --site /srv/vqloan\n"
+                    "  vqloan check --kind SQL2 --site /srv/vqloan --format json\n\n"
                     "Exit status: 0 nothing found, 1 there are findings, 2 nothing could be checked.");
     return command;
 }
@@ -152,37 +168,20 @@ CLI::App* addRegistration(CLI::App& program, const char* name, const char* descr
     return command;
 }
 
-// How many letters are to be put in, taken out or changed to make one word of the other.
-std::size_t distance(std::string_view a, std::string_view b)
-{
-    std::vector<std::size_t> row(b.size() + 1);
-    std::iota(row.begin(), row.end(), std::size_t{0});
-    for (std::size_t i = 0; i < a.size(); ++i) {
-        std::size_t diagonal = std::exchange(row[0], i + 1);
-        for (std::size_t j = 0; j < b.size(); ++j) {
-            const std::size_t changed = diagonal + (a[i] == b[j] ? 0 : 1);
-            diagonal = std::exchange(row[j + 1], std::min({changed, row[j] + 1, row[j + 1] + 1}));
-        }
-    }
-    return row.back();
-}
-
 // Throws std::runtime_error for a word in a command's place that is none.
 void checkCommand(const CLI::App& program, int argc, char** argv)
 {
     if (argc < 2 || argv[1][0] == '-')
         return;
     const std::string word = argv[1];
-    std::string nearest;
-    for (const CLI::App* const command : program.get_subcommands(nullptr)) {
-        const std::string name = command->get_name();
-        if (name == word)
-            return;
-        if (nearest.empty() || distance(word, name) < distance(word, nearest))
-            nearest = name;
-    }
+    std::vector<std::string> names;
+    for (const CLI::App* const command : program.get_subcommands(nullptr))
+        names.push_back(command->get_name());
+    if (std::ranges::find(names, word) != names.end())
+        return;
+    const std::string meant = nearest(word, names);
     throw std::runtime_error("no such command: " + printable(word) +
-                             (distance(word, nearest) <= 2 ? "; did you mean " + nearest + "?" : ""));
+                             (meant.empty() ? "" : "; did you mean " + meant + "?"));
 }
 
 } // namespace

@@ -281,52 +281,161 @@ class Troubles(Site):
 
 
 class Check(Site):
+    def findings(self, kind, status=1):
+        kinds = ["--kind", kind] if kind else []
+        said = run("check", *kinds, "--site", self.site, "--format", "json", status=status).stdout.decode()
+        self.assertNotIn("geheim", said)
+        return [f"{f['file']} {f['line'] or ''} {f['key'] or ''} {f['finding']}" for f in json.loads(said)["findings"]]
+
     def test_a_sample_site_is_in_order(self):
-        for kind in ("SQL2", "SQL", "7000"):
-            self.assertIn(b"No findings", run("check", "--kind", kind, "--site", self.site).stdout)
+        self.serve("gateway", "--site", self.site)
+        self.serve("host", "--site", self.site, self.site / "host.txt")
+        files = lambda: sorted(os.listdir(self.site / "gateway") + os.listdir(self.site / "host"))
+        before = files()
+        for kind in ("SQL2", "SQL", "7000", None):
+            self.assertEqual(self.findings(kind, status=0), [])
+        self.assertEqual(files(), before)
+        wide, narrow = (run("check", "--site", self.site, env=dict(os.environ, COLUMNS=width)).stdout.decode() for width in ("999", "50"))
+        self.assertIn("No findings", wide)
+        self.assertEqual({word for word in wide.split() if word.strip("─")} - set(narrow.split()), set())  # none is broken
+        self.assertLessEqual(max(map(len, narrow[narrow.index("Messages"):narrow.index("Database")].splitlines())), 50)
 
-    def test_findings(self):
+    def test_misconfigurations(self):
+        ini = lambda old, new: lambda: self.edit("SvrDisp.ini", old, new)
+        par = lambda old, new: lambda: self.edit("CLIENT.PAR", old, new)
+        sql = lambda statements: lambda: execute(self.site / "library.db", statements)
+        file = lambda name, content=b"", age=0: lambda: ((self.site / name).write_bytes(content),
+                                                         os.utime(self.site / name, (time.time() - age,) * 2))
+        mode = lambda name, mode: lambda: (self.site / name).chmod(mode)
+        aside = lambda name, other: lambda: (self.site / name).rename(self.site / other)
+        here = re.escape(str(self.site))
         connect = b"CONNECT=Provider=SQLite;Data Source=" + bytes(self.site / "library.db")
-        ini, par = "SvrDisp.ini", "CLIENT.PAR"
+        to = lambda new: ini(connect, b"CONNECT=" + new)
+        copies = "UPDATE POSSEDUTO SET INVENTARIO = "
         cases = [
-            ("SQL2", ini, connect, b"CONNECT=Data Source=\xc2\xa7NOWHERE\xc2\xa7;PWD=geheim", "cannot be resolved"),
-            ("SQL2", ini, connect, b"CONNECT=Provider=SQLite;Data Source=/nowhere.db", "does not open"),
-            ("SQL2", ini, connect, b"", "CONNECT is empty"),
-            ("SQL2", ini, b"TIMEOUT=15", b"TIMEOUT=15s", r"\[SERVER\] TIMEOUT is not a number"),
-            ("SQL2", ini, b"INVENTARIO=3", b"INVENTARIO=", "INVENTARIO is no position"),
-            ("SQL2", ini, b"\n4=", b"\n04=", "Message 4 has no text"),
-            ("SQL2", ini, b"NUMMSG=11", b"NUMMSG=10", "Message 11 is not read"),
-            ("SQL", ini, b"NUMMSG=11", b"NUMMSG=", r"\[MESSAGGI\] NUMMSG is not a number"),
-            ("SQL", ini, bytes(self.site / "gateway"), b"/nowhere", "no exchange directory /nowhere"),
-            ("7000", par, b"\r\n", b"\n", "14 parameter lines and has 1"),
-            ("7000", par, b"/host/\r\n", b"/host\r\n", "not end in a path separator"),
-            ("7000", par, b"LARGHEZZA=60", b"LARGHEZZA=2", "no room for an answer"),
-            ("7000", par, b"NC=Bib", b"NC Bib", "Line 14 of CLIENT.PAR has no \"=\""),
-            ("7000", par, b"codbib=04", b"CODBIB=04", "Line 19 .* to one reader only"),
-            ("7000", par, b"codbib=01", b"codbib=00", "repeats the library code 00"),
-            ("7000", par, b"codbib=00", b"codbib=10,AA,X\r\ncodbib=00", "lists 11 libraries"),
+            # Sections, keys and lines
+            ("SQL2", ini(b"INVENTARIO=", b"INVENTARI="), r"SvrDisp.ini 28 \[SERVER\] INVENTARI .*did you mean INVENTARIO\?"),
+            ("SQL", ini(b"[CONFIG]", b"[CONFIGS]\nX=1\n[CONFIG]"), r"SvrDisp.ini 34 \[CONFIGS\] .*did you mean CONFIG\?"),
+            ("SQL", ini(b"[CLIENT]\n", b"ID=9\n[CLIENT]\n"), r"\[CONFIG\] ID Nothing reads"),
+            ("SQL", ini(b"TIMEOUT=1\n", b"TIMEOUT=1\nTIMEOUT=9\n"), r"\[CLIENT\] TIMEOUT .*further up"),
+            ("SQL", ini(b"[MESSAGGI]", b"[CLIENT]\n[MESSAGGI]"), r"\[CLIENT\] The section .*further up"),
+            ("SQL2", ini(b"CURSOR=0", b"PASSWORD geheim"), r"SvrDisp.ini 21 \[SERVER\] The line has no \"=\""),
+            ("SQL2", ini(b"[SERVER]", b"KEY=1\n[SERVER]"), r"SvrDisp.ini 5 KEY .*in front of the first section"),
+            ("SQL2", ini(b'- "', b"- "[:-1]), r"\[MESSAGGI\] 1 .* quote at one end"),
+            ("SQL2", ini(b"11=Fuori", b"11=Fuori\n12=Fuori"), r"\[MESSAGGI\] 12 Nothing tells"),
+            ("SQL2", ini(b"\n4=", b"\n04="), r"\[MESSAGGI\] 04 .*did you mean 4\?|\[MESSAGGI\] 4 The message has no text"),
+            ("SQL2", ini(b"NUMMSG=11", b"NUMMSG=10"), r"\[MESSAGGI\] NUMMSG .*not read: 11"),
+            ("SQL", ini(b"9=Nessuna", b"9=Nessuna\t"), r"\[MESSAGGI\] 9 .* cut at its TAB"),
+            # Values
+            ("SQL", ini(b"NUMMSG=11", b"NUMMSG="), r'NUMMSG "" is not a number'),
+            ("SQL", ini(b"NUMMSG=11", b"NUMMSG=40000"), r"NUMMSG .* is too large: at most 32767"),
+            ("SQL2", ini(b"\nTIMEOUT=15", b"\nTIMEOUT=15s"), r'SvrDisp.ini 17 \[SERVER\] TIMEOUT "15s" is not a number'),
+            ("SQL2", ini(b"\nTIMEOUT=15", b"\nTIMEOUT=-1"), r"\[SERVER\] TIMEOUT -1 is not used"),
+            ("SQL2", ini(b"COMMTIMEOUT=30", b"COMMTIMEOUT=99999999999"), r"COMMTIMEOUT .* is too large: at most 2147483647"),
+            ("SQL2", ini(b"COMMTIMEOUT=30", b"COMMTIMEOUT=&H1E"), r'COMMTIMEOUT "&H1E" is read as 30'),
+            ("SQL2", ini(b"CURSOR=0", b"CURSOR=7"), r"CURSOR 7 is no place of a cursor"),
+            ("SQL2", ini(b"OPTIONS=-1", b"OPTIONS=16"), r"OPTIONS 16 does not open"),
+            ("SQL2", ini(b"INVENTARIO=3", b"INVENTARIO="), r"INVENTARIO It is empty"),
+            ("SQL2", ini(b"INVENTARIO=3", b"INVENTARIO=0"), r'INVENTARIO "0" is read as "1"'),
+            ("SQL2", ini(b"INVENTARIO=3", b"INVENTARIO=abc"), r'INVENTARIO "abc" is read as "1"'),
+            ("SQL2", ini(b"INVENTARIO=3", b"INVENTARIO=3-8"), r'INVENTARIO "3-8" is read as "3"'),
+            ("SQL2", ini(b"INVENTARIO=3", b"INVENTARIO=99999"), r"INVENTARIO .* is too large"),
+            ("SQL2", ini(b"INVENTARIO=3", b"INVENTARIO=3,4"), r'INVENTARIO It does not find the copy "000001"'),
+            ("SQL2", ini(b"BIBLIOTECA=1,2", b"BIBLIOTECA=1,1"), r'BIBLIOTECA It finds no copy of library "00"'),
+            ("SQL2", ini(b"BIBLIOTECA=1,2", b"BIBLIOTECA=-1"), r'BIBLIOTECA "-1" is no part|copies fail'),
+            ("SQL2", ini(b";USERNAME=\xc2\xa7LIBRARY_USER", b"USERNAME=\xc2\xa7LIBRARY"), r"USERNAME .*variable LIBRARY is not set"),
+            ("SQL2", ini(b";USERNAME=\xc2\xa7LIBRARY_USER\xc2\xa7", b"USERNAME=\xc2\xa7X"), r"USERNAME .*no placeholder as a whole"),
+            ("SQL2", ini(b"\nTIMEOUT=15", b"\nPASSWORD=geheim\nTIMEOUT=15"), r"PASSWORD .*since USERNAME is empty"),
+            ("SQL", ini(b"ID=7", b"ID=-7"), r"\[CLIENT\] ID -7 is no client's number"),
+            ("SQL", ini(b"TIMEOUT=1\n", b"TIMEOUT=0\n"), r"\[CLIENT\] TIMEOUT 0 lets no gateway answer"),
+            ("SQL", ini(b"TIMEOUT=1\n", b"TIMEOUT=2147483\n"), r"\[CLIENT\] TIMEOUT 2147483 lets no gateway answer"),
+            # The database
+            ("SQL2", to(b""), r"\[SERVER\] CONNECT It is empty"),
+            ("SQL2", to(b"Data Source=\xc2\xa7NOWHERE\xc2\xa7;PWD=geheim"), r"CONNECT The environment variable NOWHERE is not set"),
+            ("SQL2", to(b"Server=x;PWD=geheim"), r"CONNECT .*DSN= or Driver= is missing.* names no database"),
+            ("SQL2", to(b"DSN=nowhere;PWD=geheim"), r"CONNECT .*(IM002.*driver name|has no ODBC)"),
+            ("SQL2", to(b"Provider=SQLite;Data Source=/nowhere.db"), r"CONNECT .*SQLite error 14.*no file /nowhere.db"),
+            ("SQL2", to(b"Provider=SQLite;Data Source=/tmp"), r"CONNECT .*SQLite error 1[04].*/tmp is a directory"),
+            ("SQL2", to(b"Provider=SQLite;Data Source=" + bytes(self.site / "host.txt")), r"CONNECT .*SQLite error 26"),
+            ("SQL2", sql("DROP TABLE TABBLOCCOMAT"), r"database  TABBLOCCOMAT .*no such table"),
+            ("SQL2", sql("ALTER TABLE MOVIMENTI DROP COLUMN LIVSOLL"), r"database  MOVIMENTI.LIVSOLL .*no such column"),
+            ("SQL2", sql("DROP INDEX MOVIMENTI_COPIA"), r"database  MOVIMENTI No index begins with CODBIB, INVENTARIO"),
+            ("SQL2", sql("DELETE FROM POSSEDUTO"), r"database  POSSEDUTO It has no rows"),
+            ("SQL2", sql(copies + "'a' || INVENTARIO"), r'POSSEDUTO.INVENTARIO The copy "a\d+" is not found.*capitals'),
+            ("SQL2", sql(copies + "'KA' || INVENTARIO"), r'\[SERVER\] INVENTARIO POSSEDUTO holds whole labels, such as "KA'),
+            ("SQL2", sql("CREATE TABLE P AS SELECT CODBIB, 0 + INVENTARIO INVENTARIO, STATO, FLGSERV, COLLOCAZIONE FROM POSSEDUTO;"
+                         "DROP TABLE POSSEDUTO; ALTER TABLE P RENAME TO POSSEDUTO;"
+                         "CREATE INDEX I ON POSSEDUTO (INVENTARIO, CODBIB)"), r"POSSEDUTO.INVENTARIO .*(number type|not found by its number)"),
+            ("SQL2", sql("UPDATE MOVIMENTI SET DATA = '3/4/26'"), r'MOVIMENTI.DATA "3/4/26" is a text: .* reads it as 2026-0'),
+            ("SQL2", sql("UPDATE MOVIMENTI SET DATA_SCAD = 'domani'"), r'MOVIMENTI.DATA_SCAD "domani" is no date|copies fail'),
+            ("SQL2", sql("UPDATE MOVIMENTI SET DATA_SCAD = 45000"), r'MOVIMENTI.DATA_SCAD "45000" is a number, and is read as 2023-'),
+            ("SQL2", sql("UPDATE MOVIMENTI SET DATA_SCAD = NULL"), r"MOVIMENTI.DATA_SCAD A loan has none|copies fail"),
+            ("SQL2", sql(f"UPDATE TABBLOCCOMAT SET MESSAGGIO = '{'x' * 40}' WHERE CODBLOCMAT = '1'"), r"MESSAGGIO The text of status \"1\" is cut after 38"),
+            ("SQL2", sql("UPDATE TABBLOCCOMAT SET CODBLOCMAT = '1 ' WHERE CODBLOCMAT = '1'"), r"CODBLOCMAT The status \"1 \" ends in a blank"),
+            ("SQL2", sql("UPDATE TABBIBLIOTECHE SET FLGMOVIM = 'N ' WHERE CODBIB = '09'"), r'FLGMOVIM That of library "09"'),
+            # CLIENT.PAR
+            ("7000", par(b"\r\n", b"\n"), r"CLIENT.PAR 1  .*ends in LF alone|needed|No library"),
+            ("7000", par(b"CLIENT=7", b"CLIENT=107"), r'CLIENT.PAR 1  Of "107" only the last two'),
+            ("7000", par(b"CLIENT=7", b"CLIENT=a/b"), r'CLIENT.PAR 1  "a/b" cannot be part'),
+            ("7000", par(b"ATTESA=0.1", b"ATTESA=0"), r"CLIENT.PAR 2  No host answers in time"),
+            ("7000", par(b"ATTESA=0.1", b"ATTESA=0,1"), r'CLIENT.PAR 2  "0,1" is read up to its comma|No host answers'),
+            ("7000", par(b"/host/\r\n", b"/host\r\n"), r"CLIENT.PAR 3  .*not end in a path separator"),
+            ("7000", par(b"PATH=", b"PATH= "), r"CLIENT.PAR 3  A blank stands in front"),
+            ("7000", par(b"/host/\r\n", b"/haste/\r\n"), fr"CLIENT.PAR 3  There is no directory {here}/haste/"),
+            ("7000", par(b"RIGA10=0", b"RIGA10=32768"), r"CLIENT.PAR 10  The number is too large: at most 32767"),
+            ("7000", par(b"LARGHEZZA=60", b"LARGHEZZA=2"), r"CLIENT.PAR 6  .*no room for an answer"),
+            ("7000", par(b"LARGHEZZA=60", b"LARGHEZZA=41"), r"CLIENT.PAR 12  The text is cut after 39"),
+            ("7000", par(b"NC=Bib", b"NC Bib"), r'CLIENT.PAR 14  It has no "="'),
+            ("7000", par(b"NC=Bib", b"=Bib"), r'CLIENT.PAR 14  Nothing stands in front of its "="'),
+            ("7000", par(b"NC=Bib", b"09=Bib"), r'CLIENT.PAR 14  Its text is told for library 09'),
+            ("7000", par(b"codbib=00", b"\r\ncodbib=00"), r"CLIENT.PAR 15  It is empty"),
+            ("7000", par(b"codbib=04", b"CODBIB=04"), r"CLIENT.PAR 19  .*none when a question is asked"),
+            ("7000", par(b"codbib=04", b"codbib = 04"), r"CLIENT.PAR 19  It looks like a library"),
+            ("7000", par(b"codbib=04", b"codbib=004"), r'CLIENT.PAR 19  The library code is read as "00"|stands further up'),
+            ("7000", par(b"codbib=04,AA,Biblioteca Musicale", b"codbib=04,AA"), r"CLIENT.PAR 19  The library has no name"),
+            ("7000", par(b"codbib=01", b"codbib=00"), r"CLIENT.PAR 16  The library code 00 stands further up"),
+            ("7000", par(b"codbib=00", b"codbib=10,AA,X\r\ncodbib=00"), r"CLIENT.PAR   11 libraries are listed"),
+            ("7000", par(b"codbib=", b"bib:"), r"CLIENT.PAR   No library is listed|Nothing reads it"),
+            ("7000", par(b"Borgo", "Città".encode()), r"CLIENT.PAR 17  It is UTF-8"),
+            # Files
+            (None, aside("SvrDisp.ini", "svrdisp.INI"), r"SvrDisp.ini   .*, but svrdisp.INI is"),
+            ("7000", lambda: ((self.site / "CLIENT.PAR").unlink(), (self.site / "CLIENT.PAR").mkdir()), r"CLIENT.PAR   The account \S+ cannot read it"),
+            ("SQL", file("SvrDisp.ini", "[CONFIG]\nPATH=/\n".encode("utf-16-le")), r"SvrDisp.ini   .*UTF-16 without a byte-order mark"),
+            ("SQL", ini(b"2=Disp", b"; perch\xe9\n2=Disp"), r"SvrDisp.ini \d+  The line is UTF-8"),
+            ("SQL2", file("VQLoan.so", b"no library"), r"VQLoan.so   It cannot be loaded"),
+            ("SQL2", mode("SvrDisp.ini", 0o666), r"SvrDisp.ini   Every account may change it"),
+            ("SQL2", mode(".", 0o777), fr"{here}   Every account may replace"),
+            # The gateway's directory
+            ("SQL", ini(b"/gateway", b"/nowhere"), r"\[CONFIG\] PATH There is no directory"),
+            ("SQL", ini(bytes(self.site / "gateway"), b""), r"\[CONFIG\] PATH It names no exchange directory"),
+            ("SQL", ini(bytes(self.site / "gateway"), b"."), r'\[CONFIG\] PATH "." is seen from where'),
+            ("SQL", ini(b"/gateway", b"/library.db"), r"\[CONFIG\] PATH .*library.db is no directory"),
+            ("SQL", mode("gateway", 0o2777), r"\[CONFIG\] PATH Every account may make files there"),
+            ("SQL", mode("gateway", 0o3770), r"\[CONFIG\] PATH .*delete only its own files"),
+            ("SQL", file("gateway/ZSQL_007.CL2"), r"\[CONFIG\] PATH The answer ZSQL_007.CL2 lies there"),
+            ("SQL", file("gateway/ZSQL_042.CL2", age=3600), r"\[CONFIG\] PATH 1 answer lies there .*ZSQL_042.CL2"),
+            ("SQL", lambda: os.mkfifo(self.site / "gateway/ZSQL_007.CL1"), r"\[CONFIG\] PATH ZSQL_007.CL1 there is no plain file"),
+            ("SQL", lambda: (self.site / "gateway/.ZSQL_left").mkdir(), r"\[CONFIG\] PATH A server that was killed has left .ZSQL_left"),
         ]
-        for kind, name, old, new, finding in cases:
+        self.edit("SvrDisp.ini", b"TIMEOUT=5\n", b"TIMEOUT=1\n")
+        self.edit("CLIENT.PAR", b"ATTESA=5", b"ATTESA=0.1")
+        sound = self.scratch / "sound"
+        shutil.copytree(self.site, sound)
+        for kind, change, finding in cases:
             with self.subTest(finding):
-                before = (self.site / name).read_bytes()
-                self.edit(name, old, new)
-                said = run("check", "--kind", kind, "--site", self.site, status=1).stdout.decode()
-                (self.site / name).write_bytes(before)
-                # A cell goes on over several lines; the second column holds the findings.
-                table = said[said.index("Finding") - 3:].splitlines()
-                end = 3 + len(table[1].split("  ")[1])
-                found = " ".join(line[3:end].strip() for line in table)
-                self.assertRegex(found.replace("/ ", "/"), finding)
-                self.assertNotIn("geheim", said)
+                shutil.rmtree(self.site)
+                shutil.copytree(sound, self.site)
+                change()
+                found = [text for text in self.findings(kind) if "Nobody answers" not in text]
+                self.assertRegex("\n".join(found), finding)
+                self.assertEqual([text for text in found if not re.search(finding, text)], [])
 
-    def test_tables_and_late_answers(self):
-        execute(self.site / "library.db", "DROP TABLE TABBLOCCOMAT; ALTER TABLE MOVIMENTI DROP COLUMN LIVSOLL;")
-        said = run("check", "--kind", "SQL2", "--site", self.site, status=1).stdout.decode()
-        self.assertRegex(said, r"TABBLOCCOMAT[^\n]*MISSING")
-        self.assertRegex(said, r"MISSING\s+LIVSOLL")
-        self.edit("SvrDisp.ini", b"ID=7", b"ID=-7")
-        (self.site / "gateway/ZSQL_-007.CL2").write_bytes(b"late\r\n")
-        self.assertIn(b"nobody has waited", run("check", "--kind", "SQL", "--site", self.site, status=1).stdout)
+    def test_a_question_is_asked(self):
+        self.edit("SvrDisp.ini", b"TIMEOUT=5\n", b"TIMEOUT=1\n")
+        self.assertRegex(self.findings("SQL")[0], r"\[CONFIG\] PATH Nobody answers a question, within 1\d\d\d ms")
+        self.assertEqual(os.listdir(self.site / "gateway"), [])
+        with self.responder(b"\tguasto\r\n"):
+            self.assertRegex(self.findings("SQL")[0], r"\[CONFIG\] PATH The gateway answers with a failure: guasto")
 
 
 class Serving(Site):

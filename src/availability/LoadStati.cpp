@@ -1,19 +1,17 @@
 #include "availability/RecordsetVariable.h"
 #include "component/DispSvr.h"
 #include "component/RecordError.h"
+#include "site/Database.h"
 
 namespace vqloan {
 
 namespace {
 
-// Of a code, a TAB and a text together; a shorter entry is padded with blanks, a longer one cut.
-constexpr std::size_t entryLength = 40;
-
 std::u16string entryOf(const RecordsetVariable& row)
 {
     std::u16string entry = row.text(u"CODBLOCMAT");
     entry.append(site::tab).append(row.text(u"MESSAGGIO"));
-    entry.resize(entryLength, u' ');
+    entry.resize(site::statusEntryLength, u' ');
     return entry;
 }
 

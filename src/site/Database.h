@@ -1,6 +1,7 @@
 // What is read of the library database.
 #pragma once
 
+#include <cstddef>
 #include <string_view>
 
 namespace vqloan::site {
@@ -17,5 +18,9 @@ inline constexpr Table tables[] = {
     {u"MOVIMENTI", u"CODBIB, INVENTARIO, FLGCHIUSO, LIVSOLL, DATA_SCAD, DATA"},
     {u"TABBLOCCOMAT", u"CODBLOCMAT, MESSAGGIO"},
 };
+
+// A special status is kept as its code, a TAB and its text. A shorter entry is padded with blanks, a longer
+// one cut.
+inline constexpr std::size_t statusEntryLength = 40;
 
 } // namespace vqloan::site

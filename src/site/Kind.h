@@ -15,16 +15,35 @@ enum class Kind : std::int16_t
     database
 };
 
-// By value of Kind: what OpenDatabase is told.
-inline constexpr std::u16string_view kindNames[] = {u"", u"7000", u"SQL", u"SQL2"};
+struct KindRow
+{
+    Kind kind;
+    std::u16string_view name; // what OpenDatabase is told
+    std::u16string_view backEnd;
+};
+
+inline constexpr KindRow kinds[] = {
+    {Kind::database, u"SQL2", u"database"},
+    {Kind::gateway, u"SQL", u"gateway"},
+    {Kind::host, u"7000", u"host"},
+};
 
 // Kind::none for a name that is no kind's; the names are exact.
 constexpr Kind kindNamed(std::u16string_view name) noexcept
 {
-    for (const Kind kind : {Kind::host, Kind::gateway, Kind::database})
-        if (kindNames[static_cast<int>(kind)] == name)
-            return kind;
+    for (const KindRow& row : kinds)
+        if (row.name == name)
+            return row.kind;
     return Kind::none;
+}
+
+// Empty for Kind::none.
+constexpr std::u16string_view nameOf(Kind kind) noexcept
+{
+    for (const KindRow& row : kinds)
+        if (row.kind == kind)
+            return row.name;
+    return {};
 }
 
 } // namespace vqloan::site

@@ -1,6 +1,6 @@
 #include "platform/components/Settings.h"
 
-#include <optional>
+#include <algorithm>
 #include <unordered_set>
 #include <utility>
 
@@ -62,30 +62,44 @@ std::u16string keyOf(const std::u16string& sectionName, std::u16string_view key)
 
 } // namespace
 
-Settings::Settings(std::string_view fileContents)
+std::vector<SettingsLine> linesOf(std::string_view fileContents)
 {
+    using Role = SettingsLine::Role;
     const std::u16string contents = decode(fileContents);
     std::u16string_view rest = contents;
-    std::unordered_set<std::u16string> sections;
-    std::optional<std::u16string> section; // none before the first one and in a repeated one
-    while (!rest.empty()) {
-        const auto end = rest.find_first_of(u"\r\n");
+    std::vector<SettingsLine> lines;
+    std::unordered_set<std::u16string> seen; // sections, and keys with their section
+    std::u16string section;
+    bool isRead = false; // not before the first section, nor in a repeated one
+    for (std::size_t number = 1; !rest.empty(); ++number) {
+        const auto end = std::min(rest.find_first_of(u"\r\n"), rest.size());
         const std::u16string_view line = withoutBlanks(rest.substr(0, end));
-        rest.remove_prefix(end == rest.npos ? rest.size() : end + 1);
+        rest.remove_prefix(std::min(end + (rest.substr(end, 2) == u"\r\n" ? 2 : 1), rest.size()));
 
         if (line.empty() || line.front() == u';')
             continue;
-        if (line.front() == u'[') {
-            section = nameOf(line.substr(1, line.find(u']') - 1));
-            if (!sections.insert(*section).second)
-                section.reset();
-            continue;
-        }
         const auto equals = line.find(u'=');
-        if (section && equals != line.npos)
-            values_.emplace(keyOf(*section, line.substr(0, equals)),
-                            withoutQuotes(withoutBlanks(line.substr(equals + 1))));
+        if (line.front() == u'[') {
+            section = withoutBlanks(line.substr(1, line.find(u']') - 1));
+            isRead = seen.insert(nameOf(section)).second;
+            lines.push_back({number, Role::section, isRead, section, {}, {}});
+        } else if (equals == line.npos) {
+            lines.push_back({number, Role::unread, false, section, std::u16string(line), {}});
+        } else {
+            const std::u16string_view key = withoutBlanks(line.substr(0, equals));
+            const bool counts = isRead && seen.insert(keyOf(nameOf(section), key)).second;
+            lines.push_back({number, Role::value, counts, section, std::u16string(key),
+                             std::u16string(withoutQuotes(withoutBlanks(line.substr(equals + 1))))});
+        }
     }
+    return lines;
+}
+
+Settings::Settings(std::string_view fileContents)
+{
+    for (SettingsLine& line : linesOf(fileContents))
+        if (line.counts && line.role == SettingsLine::Role::value)
+            values_.emplace(keyOf(nameOf(line.section), line.key), std::move(line.value));
 }
 
 const std::u16string* Settings::find(std::u16string_view section, std::u16string_view key) const

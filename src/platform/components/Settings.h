@@ -10,11 +10,32 @@
 // or else in the single-byte code page.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
 namespace vqloan::standins {
+
+// One line of a settings file that is neither empty nor a comment.
+struct SettingsLine
+{
+    enum class Role
+    {
+        section,
+        value,
+        unread // without a "="
+    };
+
+    std::size_t number; // from 1
+    Role role;
+    bool counts; // false: another one of its name came first, or it is of no section that counts
+    std::u16string section, key, value; // as written, without blanks and quotes around
+};
+
+// The file's lines in their order.
+std::vector<SettingsLine> linesOf(std::string_view fileContents);
 
 class Settings
 {

@@ -17,6 +17,9 @@ public:
     // Nothing when another program holds it, and when it is held in this one. Throws std::system_error when
     // the file can be neither made nor opened, or is no regular file.
     static std::optional<FileLock> tryTake(const std::filesystem::path& file);
+    // Whether a program that runs holds it; false where there is no such file. For as long as this looks, a
+    // program that wants the lock takes it for held.
+    static bool isHeld(const std::filesystem::path& file) noexcept;
     // Who holds it, as it was written there: "process 4711"; empty when nothing can be read. Another
     // program's text: not to be shown as it is.
     static std::string holder(const std::filesystem::path& file);

@@ -57,6 +57,16 @@ std::optional<FileLock> FileLock::tryTake(const std::filesystem::path& file)
     }
 }
 
+bool FileLock::isHeld(const std::filesystem::path& file) noexcept
+{
+    const int opened = open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
+    if (opened < 0)
+        return false;
+    const bool held = flock(opened, LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+    close(opened);
+    return held;
+}
+
 std::string FileLock::holder(const std::filesystem::path& file)
 {
     const int opened = open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);

@@ -24,6 +24,12 @@ std::optional<FileLock> FileLock::tryTake(const std::filesystem::path& file)
     return FileLock(file, reinterpret_cast<std::intptr_t>(opened));
 }
 
+// The file goes with whoever holds it.
+bool FileLock::isHeld(const std::filesystem::path& file) noexcept
+{
+    return GetFileAttributesW(file.c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
 std::string FileLock::holder(const std::filesystem::path& file)
 {
     const HANDLE opened =
