@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "site/Kind.h"
 
@@ -47,6 +48,20 @@ struct ServeOptions
 };
 int gateway(const ServeOptions& options);
 int host(const ServeOptions& options);
+
+struct HttpOptions
+{
+    site::Kind kind = site::Kind::none;
+    std::string site;
+    std::string listen = "127.0.0.1:8080";
+    int workers = 0;                        // 0: one a processor, or one where a client number is needed
+    std::vector<std::string> clientNumbers; // of the workers, in place of the site's own one
+    std::string idPrefix, baseUri = "urn:vqloan:", institution, language = "it";
+    std::string services; // a file; empty: the table as it is
+    int limit = 30;       // seconds for the answer to a request
+    bool quiet = false;   // no access log
+};
+int serveHttp(const HttpOptions& options);
 
 struct SiteOptions
 {

@@ -17,13 +17,6 @@ constexpr Log::Clock::duration shortestQuiet = 10s, longestQuiet = 30min, forgot
 constexpr std::size_t mostKinds = 50;
 constexpr const char* others = "other troubles";
 
-std::string timeOfDay()
-{
-    const std::time_t now = std::time(nullptr);
-    char text[32];
-    return {text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S%z", std::localtime(&now))};
-}
-
 // Besides control characters, those that turn the direction of what follows, and line ends of Unicode's.
 bool isShown(char16_t unit)
 {
@@ -32,6 +25,15 @@ bool isShown(char16_t unit)
 }
 
 } // namespace
+
+std::string timeOfDay()
+{
+    static std::mutex converting; // which has one place for its result
+    const std::lock_guard lock(converting);
+    const std::time_t now = std::time(nullptr);
+    char text[32];
+    return {text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S%z", std::localtime(&now))};
+}
 
 std::string printable(std::string_view utf8)
 {

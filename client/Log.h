@@ -12,6 +12,8 @@ namespace vqloan::client {
 // Control characters, and what else would change how the rest of a line is shown, as \xNN. Texts of peers go
 // to terminals and logs in this form only.
 std::string printable(std::string_view utf8);
+// Now, as it stands in front of each line.
+std::string timeOfDay();
 
 // For any number of threads. A trouble is told when it begins, and when it has not come again for a while,
 // with how often it came. One that keeps coming back is believed to be over later each time, so that an hour

@@ -41,6 +41,12 @@ Requests::Requests(const AskOptions& options)
         std::cerr << "vqloan: type request lines (" << expected << "); the end of input ends it\n";
 }
 
+Requests::Requests(std::string text) : buffer_(std::move(text)), ended_(true)
+{
+    if (buffer_.starts_with(byteOrderMark))
+        at_ = byteOrderMark.size();
+}
+
 std::vector<Request> Requests::next(std::size_t most)
 {
     std::vector<Request> requests;

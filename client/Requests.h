@@ -25,6 +25,8 @@ public:
     // The one copy, the file or the standard input that the options name. Throws std::runtime_error for both
     // a copy and a file, and for a file that cannot be opened.
     explicit Requests(const AskOptions& options);
+    // A text that is there as a whole.
+    explicit Requests(std::string text);
 
     // At least one and at most `most` of those that come next, without waiting for more than one; none at the
     // end. Empty lines are passed over. A line without a TAB, one that is not UTF-8 and one that is longer

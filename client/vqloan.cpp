@@ -144,6 +144,38 @@ CLI::App* addHost(CLI::App& program, ServeOptions& options)
     return command;
 }
 
+#ifdef VQLOAN_WITH_HTTP
+CLI::App* addServe(CLI::App& program, HttpOptions& options)
+{
+    CLI::App* const command =
+        program.add_subcommand("serve", "Answer over HTTP: DAIA, and a page for the desk");
+    addKind(command, options.kind)->required();
+    addSite(command, options.site);
+    const auto add = [&](const char* name, auto& value, const char* description, const char* type) {
+        return command->add_option(name, value, description)->type_name(type);
+    };
+    add("--listen", options.listen, "Where to listen (127.0.0.1:8080)", "HOST:PORT")
+        ->envname("VQLOAN_LISTEN");
+    add("--workers", options.workers, "Questions asked at once (one a processor)", "N")
+        ->check(CLI::Range(1, 64).description(""));
+    add("--client-numbers", options.clientNumbers, "SQL, 7000: a worker for each client number", "N,...")
+        ->delimiter(',');
+    add("--limit", options.limit, "How long the answer to a request may take (30)", "S")
+        ->check(CLI::Range(1, longestTime).description(""));
+    add("--services", options.services, "File with the site's own table of situations", "FILE");
+    add("--id-prefix", options.idPrefix, "What stands before LIBRARY:INVENTORY in identifiers", "TEXT");
+    add("--base-uri", options.baseUri, "What stands before it in the URIs of answers (urn:vqloan:)", "URI");
+    add("--institution", options.institution, "Name to tell with DAIA answers", "TEXT");
+    add("--language", options.language, "Of the site's texts (it)", "CODE");
+    command->add_flag("-q,--quiet", options.quiet, "No line for each request on standard output");
+    command->footer("Serves until SIGTERM or SIGINT; SIGHUP reads the settings again.\n\n"
+                    "Examples:\n"
+                    "  vqloan serve --kind SQL2 --site /srv/vqloan\n"
+                    "  curl 'http://127.0.0.1:8080/daia?id=01:KA000002&format=json'");
+    return command;
+}
+#endif
+
 CLI::App* addMakeSite(CLI::App& program, SiteOptions& options)
 {
     CLI::App* const command = program.add_subcommand("site", "Set up a site in a directory");
@@ -206,6 +238,10 @@ int main(int argc, char** argv)
     addCheck(program, checkOptions)->callback([&] { status = check(checkOptions); });
     addGateway(program, gatewayOptions)->callback([&] { status = gateway(gatewayOptions); });
     addHost(program, hostOptions)->callback([&] { status = host(hostOptions); });
+#ifdef VQLOAN_WITH_HTTP
+    HttpOptions httpOptions;
+    addServe(program, httpOptions)->callback([&] { status = serveHttp(httpOptions); });
+#endif
     addMakeSite(program, siteOptions)->callback([&] { status = makeSite(siteOptions); });
     addRegistration(program, "register", "Let clients find the class VQLoan.DispSvr by its name", site)
         ->callback([&] { status = registerClass(site); });

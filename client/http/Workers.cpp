@@ -1,0 +1,207 @@
+#include "http/Workers.h"
+
+#include <algorithm>
+
+#include "Asker.h"
+#include "Turn.h"
+#include "platform/automation/Automation.h"
+
+namespace vqloan::client::http {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+// Between two attempts to open a back end again.
+constexpr Clock::duration firstPause = 1s, longestPause = 30s;
+// How long another client of the same number may take to end.
+constexpr std::chrono::seconds turnLimit{10};
+
+bool isBackEndFailure(const Answer& answer)
+{
+    return answer.outcome == Outcome::failure && answer.failure;
+}
+
+} // namespace
+
+bool Block::begin()
+{
+    const std::lock_guard lock(mutex_);
+    return !isGivenUp_;
+}
+
+void Block::end(std::vector<Answer> answers, std::string failure)
+{
+    const std::lock_guard lock(mutex_);
+    answers_ = std::move(answers);
+    failure_ = std::move(failure);
+    isDone_ = true;
+    changed_.notify_all();
+}
+
+std::optional<std::vector<Answer>> Block::wait(Clock::time_point deadline)
+{
+    std::unique_lock lock(mutex_);
+    if (!changed_.wait_until(lock, deadline, [this] { return isDone_; })) {
+        isGivenUp_ = true;
+        return std::nullopt;
+    }
+    if (!failure_.empty())
+        throw Refusal{502, failure_};
+    return std::move(answers_);
+}
+
+// Lives on its thread.
+class Workers::Worker
+{
+public:
+    Worker(const Site& site, Workers& workers)
+        : site_(site), workers_(workers), turn_(site, workers.kind_, turnLimit),
+          generation_(workers.generation_), asker_(std::make_unique<Asker>(site, workers.kind_))
+    {}
+
+    std::size_t mostAtOnce() const noexcept { return asker_->mostAtOnce(); }
+
+    // A back end that has gone away may be there again once it is opened anew.
+    std::vector<Answer> ask(const std::vector<std::u16string>& lines)
+    {
+        if (const std::size_t latest = workers_.generation_; latest != generation_) {
+            generation_ = latest;
+            reopen();
+        }
+        auto answers = asker_->ask(lines);
+        if (std::ranges::none_of(answers, isBackEndFailure)) {
+            pause_ = {};
+            return answers;
+        }
+        tell(answers);
+        if (Clock::now() < openAgain_ || !reopen())
+            return answers;
+        answers = asker_->ask(lines);
+        if (std::ranges::none_of(answers, isBackEndFailure))
+            pause_ = {};
+        return answers;
+    }
+
+private:
+    void tell(const std::vector<Answer>& answers)
+    {
+        const auto first = std::ranges::find_if(answers, isBackEndFailure);
+        workers_.log_.trouble("failure " + std::to_string(first->failure->number) + " of the back end",
+                              first->failure->text());
+    }
+
+    bool reopen()
+    {
+        pause_ = std::clamp(2 * pause_, firstPause, longestPause);
+        openAgain_ = Clock::now() + pause_;
+        try {
+            asker_ = std::make_unique<Asker>(site_, workers_.kind_);
+            workers_.metrics_.opened();
+            return true;
+        } catch (const std::exception& error) {
+            workers_.log_.trouble("a back end that cannot be opened", error.what());
+            return false;
+        }
+    }
+
+    const Site& site_;
+    Workers& workers_;
+    Turn turn_;
+    std::size_t generation_;
+    std::unique_ptr<Asker> asker_;
+    Clock::duration pause_{};
+    Clock::time_point openAgain_;
+};
+
+Workers::Workers(const std::vector<Site>& sites, Kind kind, Log& log, Metrics& metrics)
+    : kind_(kind), log_(log), metrics_(metrics)
+{
+    for (const Site& site : sites) {
+        std::promise<void> ready;
+        std::future<void> isReady = ready.get_future();
+        ++working_;
+        threads_.emplace_back([this, &site, promise = std::move(ready)]() mutable { work(site, promise); });
+        try {
+            isReady.get();
+        } catch (...) {
+            end();
+            throw;
+        }
+    }
+}
+
+Workers::~Workers()
+{
+    end();
+}
+
+void Workers::end()
+{
+    finish(0ms);
+    for (std::thread& thread : threads_)
+        thread.join();
+}
+
+std::shared_ptr<Block> Workers::ask(std::vector<std::u16string> lines)
+{
+    auto block = std::make_shared<Block>(std::move(lines));
+    {
+        const std::lock_guard lock(mutex_);
+        blocks_.push_back(block);
+    }
+    added_.notify_one();
+    return block;
+}
+
+bool Workers::finish(std::chrono::milliseconds limit)
+{
+    std::unique_lock lock(mutex_);
+    ending_ = true;
+    added_.notify_all();
+    return ended_.wait_for(lock, limit, [this] { return working_ == 0; });
+}
+
+std::shared_ptr<Block> Workers::next()
+{
+    std::unique_lock lock(mutex_);
+    added_.wait(lock, [this] { return ending_ || !blocks_.empty(); });
+    if (blocks_.empty())
+        return nullptr;
+    auto block = std::move(blocks_.front());
+    blocks_.pop_front();
+    return block;
+}
+
+void Workers::work(const Site& site, std::promise<void>& ready)
+{
+    CoInitialize(nullptr);
+    try {
+        Worker worker(site, *this);
+        mostAtOnce_ = worker.mostAtOnce();
+        ready.set_value();
+        while (const auto block = next()) {
+            if (!block->begin())
+                continue; // nobody waits for it any more
+            std::vector<Answer> answers;
+            std::string failure;
+            const auto begun = Clock::now();
+            try {
+                answers = worker.ask(block->lines);
+            } catch (const std::exception& error) {
+                failure = error.what();
+                log_.trouble("a block that cannot be asked", failure);
+            }
+            metrics_.asked(block->lines.size(), answers, Clock::now() - begun);
+            block->end(std::move(answers), std::move(failure));
+        }
+    } catch (...) {
+        ready.set_exception(std::current_exception());
+    }
+    CoUninitialize();
+    const std::lock_guard lock(mutex_);
+    --working_;
+    ended_.notify_all();
+}
+
+} // namespace vqloan::client::http

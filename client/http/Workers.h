@@ -1,0 +1,84 @@
+// Ask the back end, each on a thread of its own with a component of its own.
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <deque>
+#include <future>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "Answer.h"
+#include "Log.h"
+#include "Site.h"
+#include "http/Http.h"
+#include "http/Metrics.h"
+
+namespace vqloan::client::http {
+
+// Request lines that are to be asked, and their answers once they have been.
+class Block
+{
+public:
+    explicit Block(std::vector<std::u16string> asked) : lines(std::move(asked)) {}
+
+    // The answers in the order of the lines; nothing when they are not there in time, and then they are not
+    // asked any more. Throws Refusal 502 when they could not be asked at all.
+    std::optional<std::vector<Answer>> wait(Clock::time_point deadline);
+
+    const std::vector<std::u16string> lines;
+
+private:
+    friend class Workers;
+    bool begin();
+    void end(std::vector<Answer> answers, std::string failure);
+
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    bool isDone_ = false, isGivenUp_ = false;
+    std::vector<Answer> answers_;
+    std::string failure_;
+};
+
+class Workers
+{
+public:
+    // A worker for each site. Throws what keeps the first component from being opened, or any.
+    Workers(const std::vector<Site>& sites, Kind kind, Log& log, Metrics& metrics);
+    // Waits for what is being asked.
+    ~Workers();
+
+    // Blocks are asked in the order in which they come. Those who wait for answers are few, and each has at
+    // most a few blocks here.
+    std::shared_ptr<Block> ask(std::vector<std::u16string> lines);
+    // The most lines that a block should have.
+    std::size_t mostAtOnce() const noexcept { return mostAtOnce_; }
+    std::size_t size() const noexcept { return threads_.size(); }
+    // The settings are read again, by each worker before its next block.
+    void reload() noexcept { ++generation_; }
+    // False when a worker is still being answered at the end of `limit`.
+    bool finish(std::chrono::milliseconds limit);
+
+private:
+    class Worker;
+    void end();
+    void work(const Site& site, std::promise<void>& ready);
+    std::shared_ptr<Block> next();
+
+    const Kind kind_;
+    Log& log_;
+    Metrics& metrics_;
+    std::mutex mutex_;
+    std::condition_variable added_, ended_;
+    std::deque<std::shared_ptr<Block>> blocks_;
+    std::size_t working_ = 0;
+    bool ending_ = false;
+    std::atomic<std::size_t> generation_ = 0, mostAtOnce_ = 1;
+    std::vector<std::thread> threads_;
+};
+
+} // namespace vqloan::client::http

@@ -1,0 +1,189 @@
+// vqloan serve: a site's availability over HTTP.
+#include <algorithm>
+#include <iostream>
+#include <memory>
+#include <stdexcept>
+#include <thread>
+
+#include "Commands.h"
+#include "Log.h"
+#include "Site.h"
+#include "http/Availability.h"
+#include "http/ClientNumbers.h"
+#include "http/Connections.h"
+#include "http/Daia.h"
+#include "http/Engine.h"
+#include "http/Health.h"
+#include "http/Metrics.h"
+#include "http/Page.h"
+#include "http/Pool.h"
+#include "http/Services.h"
+#include "http/Workers.h"
+#include "platform/program/Program.h"
+#include "platform/program/Signals.h"
+
+namespace vqloan::client {
+
+namespace {
+
+using namespace http;
+using namespace std::chrono_literals;
+
+// Requests that are being answered, and those that wait for it; more are refused. The threads for what asks
+// no back end are others, so that a back end that is late keeps nobody from the page and the figures.
+constexpr std::size_t askingThreads = 32, askingRoom = 256, otherThreads = 2, otherRoom = 64;
+// How long what runs has to end.
+constexpr auto farewell = 4s;
+
+bool asksBackEnd(std::string_view target)
+{
+    return target.starts_with("/daia") || target.starts_with("/availability") ||
+           target.starts_with("/health");
+}
+
+class Service
+{
+public:
+    Service(const HttpOptions& options, Kind kind, const Site& site)
+        : options_(options), services_(options.services), listener_(options.listen),
+          engine_([this](const http::Request& request) { return answer(request); }),
+          numbers_(site, kind, options.clientNumbers), sites_(sitesOf(kind, site)),
+          workers_(sites_, kind, log_, metrics_),
+          daia_(workers_, services_,
+                {options.idPrefix, options.baseUri, options.institution, options.language}),
+          health_(workers_, site, kind), access_(options.quiet), asking_(askingThreads, askingRoom),
+          other_(otherThreads, otherRoom),
+          connections_(listener_, access_,
+                       [this](auto& connection, Incoming& incoming) { return take(connection, incoming); })
+    {}
+
+    void run(program::Signals& signals)
+    {
+        std::thread connecting([this] { connections_.run(); });
+        std::cout << "Serving on http://" << listener_.address() << std::endl;
+        for (program::Told told{}; told != program::Told::end;) {
+            told = signals.wait(1s);
+            log_.tellWhatIsOver();
+            if (told == program::Told::reload)
+                workers_.reload();
+        }
+        connections_.end();
+        connecting.join();
+        end();
+        log_.tellAll();
+    }
+
+private:
+    std::vector<Site> sitesOf(Kind kind, const Site& site) const
+    {
+        if (kind != Kind::database && options_.workers > 1 && options_.clientNumbers.empty())
+            throw std::runtime_error("each worker needs a client number of its own: name them with "
+                                     "--client-numbers");
+        if (!options_.clientNumbers.empty())
+            return numbers_.sites();
+        const std::size_t processors = std::clamp(std::thread::hardware_concurrency(), 1U, 8U);
+        const std::size_t usual = kind == Kind::database ? processors : 1;
+        return {options_.workers > 0 ? static_cast<std::size_t>(options_.workers) : usual, site};
+    }
+
+    bool take(std::unique_ptr<Connection>& connection, Incoming& incoming)
+    {
+        const std::string_view head = incoming.head;
+        Pool& pool = asksBackEnd(head.substr(head.find(' ') + 1)) ? asking_ : other_;
+        // A job can be copied, and a connection cannot.
+        const auto held = std::make_shared<std::pair<std::unique_ptr<Connection>, Incoming>>(
+            std::move(connection), std::move(incoming));
+        if (pool.add([this, held] { exchange(std::move(held->first), std::move(held->second)); }))
+            return true;
+        connection = std::move(held->first);
+        return false;
+    }
+
+    void exchange(std::unique_ptr<Connection> connection, Incoming incoming)
+    {
+        const auto begun = Clock::now();
+        const bool last = !incoming.keepsOpen || connections_.isEnding();
+        const auto done = engine_.exchange(connection->socket, connection->peer, std::move(incoming), last);
+        const auto time = Clock::now() - begun;
+        metrics_.answered(done.status, time);
+        access_.tell(connection->peer, done.method, done.target, done.status, done.bytes, time);
+        if (done.whole && !last)
+            connections_.giveBack(std::move(connection));
+    }
+
+    Response answer(const http::Request& request)
+    {
+        try {
+            return route(request);
+        } catch (const Refusal& refusal) {
+            return errorResponse(refusal);
+        }
+    }
+
+    Response route(const http::Request& request)
+    {
+        const auto deadline = Clock::now() + std::chrono::seconds(options_.limit);
+        const std::string& path = request.path;
+        if (path == "/daia" || path == "/daia/")
+            return daia_.answer(request, deadline);
+        if (path == "/availability")
+            return availability(request, workers_, deadline);
+        const bool isKnown = path == "/" || path == "/health" || path == "/metrics";
+        if (!isKnown)
+            throw Refusal{
+                404,
+                "there is nothing at this path: /daia, /availability, /health, /metrics and / are served"};
+        if (request.method != "GET" && request.method != "HEAD")
+            throw Refusal{405, "this is asked with GET", {{"Allow", "GET, HEAD"}}};
+        if (path == "/health")
+            return health_.answer();
+        if (path == "/")
+            return page();
+        Response response;
+        response.type = "text/plain; version=0.0.4; charset=utf-8";
+        response.body = metrics_.text({connections_.counts().open, connections_.counts().refused});
+        return response;
+    }
+
+    // What runs is finished; what cannot be within the time ends with the process.
+    void end()
+    {
+        const auto deadline = Clock::now() + farewell;
+        const auto left = [deadline] {
+            return std::max(std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()), 1ms);
+        };
+        const bool isFinished = other_.finish(left()) && asking_.finish(left()) && workers_.finish(left());
+        if (isFinished)
+            return;
+        log_.warning("ended while the back end was still being asked");
+        numbers_.remove();
+        program::endNow(allWell);
+    }
+
+    const HttpOptions& options_;
+    Log log_;
+    Metrics metrics_;
+    const Services services_;
+    network::Listener listener_;
+    Engine engine_;
+    ClientNumbers numbers_;
+    const std::vector<Site> sites_;
+    Workers workers_;
+    Daia daia_;
+    Health health_;
+    AccessLog access_;
+    Pool asking_, other_;
+    Connections connections_;
+};
+
+} // namespace
+
+int serveHttp(const HttpOptions& options)
+{
+    const Site site(options.site);
+    program::Signals signals; // before any thread begins
+    Service(options, options.kind, site).run(signals);
+    return allWell;
+}
+
+} // namespace vqloan::client
