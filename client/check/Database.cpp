@@ -1,5 +1,6 @@
 // The library database: whether it opens, and whether what is read is there.
 #include "site/Database.h"
+#include "Answer.h"
 #include "Failure.h"
 #include "check/Checks.h"
 #include "check/Rows.h"
@@ -101,7 +102,7 @@ bool checkDatabase(const Site& site, const Settings& settings, Report& report)
 bool checkTables(const std::shared_ptr<Connection>& connection, Report& report)
 {
     bool allThere = true;
-    for (const auto& [name, columns] : site::tables) {
+    for (const auto& [name, columns, key] : site::tables) {
         const std::u16string table(name);
         const Place place{u"database", 0, table};
         std::u16string found, missing;
@@ -112,15 +113,11 @@ bool checkTables(const std::shared_ptr<Connection>& connection, Report& report)
             allThere = false;
             continue;
         }
-        for (std::size_t at = 0; at < columns.size();) {
-            const std::size_t end = std::min(columns.find(u", ", at), columns.size());
-            const std::u16string_view column = columns.substr(at, end - at);
-            at = end + 2;
+        for (const std::u16string& column : split(columns, u", ")) {
             const bool isThere = refusalOf(connection, emptySelection(column, table)).empty();
             appendTo(isThere ? found : missing, column);
             if (!isThere)
-                report.finding({u"database", 0, table + u"." + std::u16string(column)},
-                               u"The table has no such column, or the user may not read it.",
+                report.finding({u"database", 0, table + u"." + column}, u"The table has no such column.",
                                u"Add it; examples/site/schema.sql has every column.");
         }
         report.fact({table, found, missing.empty() ? u"found" : u"MISSING " + missing});

@@ -2,10 +2,12 @@
 #include <algorithm>
 #include <map>
 
+#include "Answer.h"
 #include "check/Checks.h"
 #include "check/Rows.h"
 #include "platform/runtime/RuntimeError.h"
 #include "platform/runtime/Text.h"
+#include "site/Database.h"
 
 namespace vqloan::client {
 
@@ -40,12 +42,7 @@ constexpr Catalogue catalogues[] = {
      u"AND upper(COLUMN_NAME) IN ('CODBIB', 'INVENTARIO') AND COLLATION_NAME NOT LIKE '%bin'"},
 };
 
-// What a question looks its table up by.
-struct Lookup
-{
-    std::u16string_view table;
-    std::vector<std::u16string> columns;
-};
+constexpr std::u16string_view none = u"NONE";
 
 using Rows = std::vector<std::vector<Variant>>;
 
@@ -75,12 +72,12 @@ bool serves(const Rows& rows, const std::vector<std::u16string>& columns)
 }
 
 std::u16string stateOf(const std::shared_ptr<Connection>& connection, const Catalogue& catalogue,
-                       const Lookup& lookup)
+                       const site::Table& table)
 {
-    if (!rowsOf(connection, with(catalogue.views, lookup.table), 1).empty())
+    if (!rowsOf(connection, with(catalogue.views, table.name), 1).empty())
         return u"a view: see its tables";
-    const Rows rows = rowsOf(connection, with(catalogue.indexes, lookup.table), 3);
-    return serves(rows, lookup.columns) ? u"found" : u"NONE";
+    const Rows rows = rowsOf(connection, with(catalogue.indexes, table.name), 3);
+    return serves(rows, split(table.key, u", ")) ? u"found" : std::u16string(none);
 }
 
 const Catalogue* catalogueOf(const std::shared_ptr<Connection>& connection)
@@ -100,30 +97,27 @@ void checkIndexes(const std::shared_ptr<Connection>& connection, Report& report)
 {
     const Catalogue* const catalogue = catalogueOf(connection);
     report.section(u"Indexes", {u"Table", u"Looked up by", u"State"});
-    for (const auto& [table, columns] :
-         {Lookup{u"TABBIBLIOTECHE", {u"CODBIB"}}, Lookup{u"POSSEDUTO", {u"CODBIB", u"INVENTARIO"}},
-          Lookup{u"MOVIMENTI", {u"CODBIB", u"INVENTARIO"}}}) {
-        std::u16string names;
-        for (const std::u16string& column : columns)
-            appendTo(names, column);
+    for (const site::Table& table : site::tables) {
+        if (table.key.empty())
+            continue;
+        const std::u16string name(table.name), key(table.key);
         std::u16string state = u"not known for this database";
         try {
-            run(connection, u"SELECT * FROM " + std::u16string(table) + u" WHERE 1 = 0");
+            run(connection, u"SELECT * FROM " + name + u" WHERE 1 = 0");
             if (catalogue)
-                state = stateOf(connection, *catalogue, {table, columns});
+                state = stateOf(connection, *catalogue, table);
             if (catalogue && !catalogue->loose.empty())
-                for (const auto& row : rowsOf(connection, with(catalogue->loose, table), 1))
-                    report.finding({u"database", 0, std::u16string(table) + u"." + row[0].toText()},
+                for (const auto& row : rowsOf(connection, with(catalogue->loose, name), 1))
+                    report.finding({u"database", 0, name + u"." + row[0].toText()},
                                    u"It takes e for \u00E8 and X for x: another copy's answer may be given.",
                                    u"Give it a binary collation; docs/databases.md has one.");
         } catch (const RuntimeError&) { // the table is not there, or a right is lacking
         }
-        report.fact({std::u16string(table), names, state});
-        if (state == u"NONE")
-            report.finding({u"database", 0, std::u16string(table)},
-                           u"No index begins with " + names + u": each question reads the whole table.",
-                           u"CREATE INDEX " + std::u16string(table) + u"_VQLOAN ON " + std::u16string(table) +
-                               u" (" + names + u")");
+        report.fact({name, key, state});
+        if (state == none)
+            report.finding({u"database", 0, name},
+                           u"No index begins with " + key + u": each question reads the whole table.",
+                           u"CREATE INDEX " + name + u"_VQLOAN ON " + name + u" (" + key + u")");
     }
 }
 

@@ -21,7 +21,7 @@ std::map<std::string, std::vector<std::string>> namesRead()
     for (const site::Setting& setting : site::settings)
         names[text::toUtf8(setting.section)].push_back(text::toUtf8(setting.key));
     for (const site::MessageRow& message : site::messages)
-        names["MESSAGGI"].push_back(text::toUtf8(message.code));
+        names[text::toUtf8(site::messageText(message.code).section)].push_back(text::toUtf8(message.code));
     return names;
 }
 

@@ -6,6 +6,7 @@
 #include "config/Placeholders.h"
 #include "config/PositionPair.h"
 #include "platform/ado/Passwords.h"
+#include "platform/runtime/Numbers.h"
 #include "platform/runtime/OsProcess.h"
 #include "platform/runtime/RuntimeError.h"
 #include "platform/runtime/Text.h"
@@ -19,8 +20,7 @@ using site::Form;
 using site::Setting;
 
 constexpr std::int32_t anyLong = std::numeric_limits<std::int32_t>::max();
-// A question's deadline is kept in milliseconds on a clock of 32 bits.
-constexpr std::int32_t longestWait = 2 * 1000 * 1000;
+constexpr std::int32_t day = 24 * 60 * 60;
 
 // What a number must be beyond being one.
 struct Limit
@@ -42,7 +42,12 @@ constexpr Limit limits[] = {
     {u"SERVER", u"OPTIONS", -1, 0, u"does not open the database before it is used", u"Write -1.", true},
     {u"CLIENT", u"ID", 0, anyLong, u"is no client's number", u"Write this client's own number, from 0.",
      true},
-    {u"CLIENT", u"TIMEOUT", 1, longestWait, u"lets no gateway answer in time",
+    {u"CLIENT", u"TIMEOUT", 1, anyLong, u"lets no gateway answer in time",
+     u"Write as many seconds as a reader would wait, for example 5.", true},
+    // A question's deadline is a moment on a clock of 32 bits that counts milliseconds from the system's
+    // start.
+    {u"CLIENT", u"TIMEOUT", std::numeric_limits<std::int32_t>::min(), day,
+     u"is longer than a day: every question fails where the clock ends sooner",
      u"Write as many seconds as a reader would wait, for example 5.", true},
 };
 
@@ -172,7 +177,7 @@ private:
         if (start < 1 || length < 0)
             report_.finding(place_, inQuotes(value) + u" is no part of a text: every question fails.",
                             advice);
-        else if (!value.empty() && (!isPlainPair(value) || !value.starts_with(text::decimal(start))))
+        else if (!value.empty() && (!isPlainPair(value) || numbers::leadingNumber(value) != start))
             report_.finding(place_, inQuotes(value) + u" is read as " + inQuotes(read) + u".", advice);
     }
 

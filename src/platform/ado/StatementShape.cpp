@@ -12,7 +12,7 @@ namespace {
 using namespace std::string_view_literals;
 
 constexpr std::size_t npos = std::u16string_view::npos;
-constexpr std::u16string_view blanks = u" \t\r\n";
+constexpr std::u16string_view whiteSpace = u" \t\r\n";
 
 // Where a statement may turn into something else than words, signs and numbers.
 constexpr std::u16string_view special = u"'\"-/[`?:@$#\\;\0"sv;
@@ -38,7 +38,7 @@ std::size_t closingQuote(std::u16string_view text, std::size_t opening)
 
 bool isSelect(std::u16string_view statement)
 {
-    const std::size_t start = statement.find_first_not_of(blanks);
+    const std::size_t start = statement.find_first_not_of(whiteSpace);
     return start != npos && text::equalsIgnoringCase(statement.substr(start, 6), u"SELECT") &&
            start + 6 < statement.size() && !isWordCharacter(statement[start + 6]);
 }
@@ -47,14 +47,14 @@ bool endsInComparison(std::u16string_view text)
 {
     static constexpr std::u16string_view comparisons[] = {u"=", u"==", u"<",  u"<=",
                                                           u">", u">=", u"<>", u"!="};
-    text = text.substr(0, text.find_last_not_of(blanks) + 1);
+    text = text.substr(0, text.find_last_not_of(whiteSpace) + 1);
     const std::u16string_view sign = text.substr(text.find_last_not_of(u"=<>!-+*/|&%~^") + 1);
     return std::find(std::begin(comparisons), std::end(comparisons), sign) != std::end(comparisons);
 }
 
 bool isValue(std::u16string_view before, std::u16string_view after)
 {
-    const std::size_t next = after.find_first_not_of(blanks);
+    const std::size_t next = after.find_first_not_of(whiteSpace);
     return endsInComparison(before) &&
            (next == npos || after[next] == u')' || (next > 0 && isWordCharacter(after[next])));
 }
@@ -86,7 +86,7 @@ std::vector<Span> valuesOf(std::u16string_view statement)
             return {};
         if (found == u'\'') {
             const std::u16string_view after = statement.substr(closing + 1);
-            const std::size_t next = after.find_first_not_of(blanks);
+            const std::size_t next = after.find_first_not_of(whiteSpace);
             if (next != npos && after[next] == u'\'')
                 return {};
             if (values.size() < parameterLimit && isValue(statement.substr(0, at), after))
