@@ -319,7 +319,7 @@ class Check(Site):
             ("SQL", ini(b"[CONFIG]", b"[CONFIGS]\nX=1\n[CONFIG]"), r"SvrDisp.ini 34 \[CONFIGS\] .*did you mean CONFIG\?"),
             ("SQL", ini(b"[CLIENT]\n", b"ID=9\n[CLIENT]\n"), r"\[CONFIG\] ID Nothing reads"),
             ("SQL", ini(b"TIMEOUT=1\n", b"TIMEOUT=1\nTIMEOUT=9\n"), r"\[CLIENT\] TIMEOUT .*further up"),
-            ("SQL", ini(b"[MESSAGGI]", b"[CLIENT]\n[MESSAGGI]"), r"\[CLIENT\] The section .*further up"),
+            ("SQL", ini(b"[MESSAGGI]", b"[CLIENT]\nID=8\nX=1\n[MESSAGGI]"), r"\[CLIENT\] The section .*further up"),
             ("SQL2", ini(b"CURSOR=0", b"PASSWORD geheim"), r"SvrDisp.ini 21 \[SERVER\] The line has no \"=\""),
             ("SQL2", ini(b"[SERVER]", b"KEY=1\n[SERVER]"), r"SvrDisp.ini 5 KEY .*in front of the first section"),
             ("SQL2", ini(b'- "', b"- "[:-1]), r"\[MESSAGGI\] 1 .* quote at one end"),
@@ -360,7 +360,7 @@ class Check(Site):
             ("SQL2", to(b"Provider=SQLite;Data Source=" + bytes(self.site / "host.txt")), r"CONNECT .*SQLite error 26"),
             ("SQL2", sql("DROP TABLE TABBLOCCOMAT"), r"database  TABBLOCCOMAT .*no such table"),
             ("SQL2", sql("ALTER TABLE MOVIMENTI DROP COLUMN LIVSOLL"), r"database  MOVIMENTI.LIVSOLL .*no such column"),
-            ("SQL2", sql("DROP INDEX MOVIMENTI_COPIA"), r"database  MOVIMENTI No index begins with CODBIB, INVENTARIO"),
+            ("SQL2", sql("DROP INDEX MOVIMENTI_COPIA; CREATE INDEX I ON MOVIMENTI (CODBIB, FLGCHIUSO, INVENTARIO)"), r"database  MOVIMENTI No index begins with CODBIB, INVENTARIO"),
             ("SQL2", sql("DELETE FROM POSSEDUTO"), r"database  POSSEDUTO It has no rows"),
             ("SQL2", sql(copies + "'a' || INVENTARIO"), r'POSSEDUTO.INVENTARIO The copy "a\d+" is not found.*capitals'),
             ("SQL2", sql(copies + "'KA' || INVENTARIO"), r'\[SERVER\] INVENTARIO POSSEDUTO holds whole labels, such as "KA'),
@@ -433,7 +433,8 @@ class Check(Site):
 
     def test_a_question_is_asked(self):
         self.edit("SvrDisp.ini", b"TIMEOUT=5\n", b"TIMEOUT=1\n")
-        self.assertRegex(self.findings("SQL")[0], r"\[CONFIG\] PATH Nobody answers a question, within 1\d\d\d ms")
+        said = run("check", "--kind", "SQL", "--site", self.site, status=1).stdout.decode()
+        self.assertRegex(said, r"\n  1 SvrDisp.ini line \d+, \[CONFIG\] PATH\n    Nobody answers a question, within 1\d\d\d ms.\n    Start")
         self.assertEqual(os.listdir(self.site / "gateway"), [])
         with self.responder(b"\tguasto\r\n"):
             self.assertRegex(self.findings("SQL")[0], r"\[CONFIG\] PATH The gateway answers with a failure: guasto")

@@ -21,6 +21,13 @@ constexpr std::size_t mostCopies = 50, mostLoans = 200;
 // A reader at a desk would not wait longer.
 constexpr std::chrono::milliseconds slow(1000);
 
+// Of a statement's rows.
+struct Column
+{
+    std::size_t at;
+    std::u16string_view name;
+};
+
 bool isText(const Variant& value)
 {
     return value.get().vt == VT_BSTR;
@@ -125,9 +132,9 @@ private:
             found(u"POSSEDUTO", u"One question takes " + time + u" ms.",
                   u"Make the indexes that docs/databases.md names, or see why the database is slow.");
         letters(rows);
-        for (const auto& [column, name] : {std::pair{0, u"CODBIB"}, {1, u"INVENTARIO"}})
-            if (std::ranges::any_of(rows, [&](const auto& row) { return isNumber(row[column]); }))
-                found(std::u16string(u"POSSEDUTO.") + name,
+        for (const auto& [column, name] : {Column{0, u"CODBIB"}, Column{1, u"INVENTARIO"}})
+            if (std::ranges::any_of(rows, [at = column](const auto& row) { return isNumber(row[at]); }))
+                found(std::u16string(u"POSSEDUTO.").append(name),
                       u"It is of a number type: 007 would find 7, which is another copy.",
                       u"Make it a text type.");
     }
@@ -201,8 +208,8 @@ private:
     {
         const auto rows =
             someRows(svr_.Conn, u"DATA, DATA_SCAD", 2, u"MOVIMENTI WHERE FLGCHIUSO IS NULL", mostLoans);
-        for (const auto& [column, name] : {std::pair{0, u"DATA"}, {1, u"DATA_SCAD"}}) {
-            const Place place{u"database", 0, std::u16string(u"MOVIMENTI.") + name};
+        for (const auto& [column, name] : {Column{0, u"DATA"}, Column{1, u"DATA_SCAD"}}) {
+            const Place place{u"database", 0, std::u16string(u"MOVIMENTI.").append(name)};
             std::u16string wrong, advice = u"Make it a DATE, or write dates as YYYY-MM-DD.";
             for (const auto& row : rows)
                 if (wrong = wrongDate(row[column], column == 1); !wrong.empty())
