@@ -1,5 +1,6 @@
 #include "platform/runtime/ApplicationInfo.h"
 
+#include <atomic>
 #include <mutex>
 #include <utility>
 
@@ -10,7 +11,22 @@
 namespace vqloan {
 namespace {
 
-std::mutex pretendedGuard;
+// Of its own: on Windows a mutex of the library's keeps memory when this module is unloaded.
+class Guard
+{
+public:
+    void lock() noexcept
+    {
+        while (taken_.test_and_set(std::memory_order_acquire))
+            ;
+    }
+    void unlock() noexcept { taken_.clear(std::memory_order_release); }
+
+private:
+    std::atomic_flag taken_;
+};
+
+Guard pretendedGuard;                // held for the copy of a text
 std::u16string* pretended = nullptr; // stays for objects that are released after this module's static ones
 
 } // namespace

@@ -7,6 +7,7 @@
 
 #include "platform/runtime/Bstr.h"
 #include "platform/runtime/OsProcess.h"
+#include "platform/runtime/Text.h"
 #include "platform/runtime/windows/EmbeddedTypeLibrary.h"
 
 // In the system's library, but not in the compiler's headers.
@@ -73,9 +74,10 @@ class Classes
 public:
     Classes()
     {
-        if (open(HKEY_LOCAL_MACHINE) == ERROR_ACCESS_DENIED) {
+        status_ = open(HKEY_LOCAL_MACHINE);
+        if (status_ == ERROR_ACCESS_DENIED) {
             ofUser_ = true;
-            open(HKEY_CURRENT_USER);
+            status_ = open(HKEY_CURRENT_USER);
         }
     }
     ~Classes()
@@ -86,6 +88,8 @@ public:
     Classes(const Classes&) = delete;
     Classes& operator=(const Classes&) = delete;
 
+    // Why neither can be written.
+    LSTATUS status() const noexcept { return status_; }
     bool ofUser() const noexcept { return ofUser_; }
 
     LSTATUS write(const std::vector<Entry>& entries) const
@@ -105,12 +109,16 @@ public:
     {
         for (const Entry& entry : entries | std::views::reverse) {
             LSTATUS status = RegDeleteKeyValueW(key_, toOle(entry.key.c_str()), toOle(entry.name));
-            if (status == ERROR_SUCCESS && isEmpty(entry.key))
-                status = RegDeleteKeyW(key_, toOle(entry.key.c_str()));
+            if (status == ERROR_SUCCESS)
+                status = removeIfEmpty(entry.key);
             if (status != ERROR_SUCCESS && status != ERROR_FILE_NOT_FOUND)
                 return status;
         }
         return ERROR_SUCCESS;
+    }
+    LSTATUS removeIfEmpty(const std::u16string& path) const
+    {
+        return isEmpty(path) ? RegDeleteKeyW(key_, toOle(path.c_str())) : ERROR_SUCCESS;
     }
 
     // For programs of either width.
@@ -148,34 +156,93 @@ private:
     }
 
     HKEY key_ = nullptr;
+    LSTATUS status_;
     bool ofUser_ = false;
+};
+
+// The file's name as readers see it that know the code page's characters alone: its short name where it has
+// others.
+std::u16string fileInCodePage()
+{
+    const std::u16string& file = os::loadedFile();
+    std::u16string readBack;
+    text::fromCodePage(text::toCodePage(file), readBack);
+    if (readBack == file)
+        return file;
+    std::u16string shortName(file.size() + MAX_PATH, u'\0');
+    const DWORD size = GetShortPathNameW(toOle(file.c_str()), reinterpret_cast<OLECHAR*>(shortName.data()),
+                                         static_cast<DWORD>(shortName.size()));
+    if (size == 0 || size > shortName.size()) // the volume keeps none
+        return file;
+    shortName.resize(size);
+    return shortName;
+}
+
+// Its name in the registry, and what RegisterTypeLib does not write: the file as the library of the neutral
+// locale. There the system looks when it makes the proxies that take calls from one apartment to another.
+struct NeutralLibrary
+{
+    explicit NeutralLibrary(const TLIBATTR& library)
+        : locale(u"TypeLib\\" + textOf(library.guid) + u'\\' + text::decimal(library.wMajorVerNum) + u'.' +
+                 text::decimal(library.wMinorVerNum) + u"\\0"),
+          entries{{locale + (library.syskind == SYS_WIN64 ? u"\\win64" : u"\\win32"), defaultValue,
+                   fileInCodePage()}}
+    {}
+
+    std::u16string locale;
+    std::vector<Entry> entries;
+};
+
+struct EmbeddedLibrary
+{
+    HRESULT load()
+    {
+        HRESULT result = loadEmbeddedTypeLibrary(library);
+        TLIBATTR* found = nullptr;
+        if (SUCCEEDED(result))
+            result = library->GetLibAttr(&found);
+        if (FAILED(result))
+            return result;
+        known = *found;
+        library->ReleaseTLibAttr(found);
+        return result;
+    }
+
+    ComPtr<ITypeLib> library;
+    TLIBATTR known{};
 };
 
 HRESULT registerTypeLibrary(const Classes& classes)
 {
-    ComPtr<ITypeLib> library;
-    if (const HRESULT result = loadEmbeddedTypeLibrary(library); FAILED(result))
+    EmbeddedLibrary embedded;
+    if (const HRESULT result = embedded.load(); FAILED(result))
         return result;
     std::u16string file = os::loadedFile();
     auto* const path = reinterpret_cast<OLECHAR*>(file.data());
-    return classes.ofUser() ? RegisterTypeLibForUser(library.get(), path, nullptr)
-                            : RegisterTypeLib(library.get(), path, nullptr);
+    const auto write = classes.ofUser() ? RegisterTypeLibForUser : RegisterTypeLib;
+    const HRESULT result = write(embedded.library.get(), path, nullptr);
+    return FAILED(result) ? result : resultOf(classes.write(NeutralLibrary(embedded.known).entries));
 }
 
 HRESULT unregisterTypeLibrary(const Classes& classes)
 {
-    ComPtr<ITypeLib> library;
-    if (const HRESULT result = loadEmbeddedTypeLibrary(library); FAILED(result))
+    EmbeddedLibrary embedded;
+    if (const HRESULT result = embedded.load(); FAILED(result))
         return result;
-    TLIBATTR* described = nullptr;
-    if (const HRESULT result = library->GetLibAttr(&described); FAILED(result))
-        return result;
-    const TLIBATTR known = *described;
-    library->ReleaseTLibAttr(described);
-    const auto unregister = classes.ofUser() ? UnRegisterTypeLibForUser : UnRegisterTypeLib;
+    const TLIBATTR& known = embedded.known;
+    const NeutralLibrary neutral(known);
+    LSTATUS status = classes.remove(neutral.entries);
+    if (status == ERROR_SUCCESS)
+        status = classes.removeIfEmpty(neutral.locale);
+    if (status != ERROR_SUCCESS)
+        return resultOf(status);
+    const auto remove = classes.ofUser() ? UnRegisterTypeLibForUser : UnRegisterTypeLib;
     const HRESULT result =
-        unregister(known.guid, known.wMajorVerNum, known.wMinorVerNum, known.lcid, known.syskind);
-    return result == TYPE_E_REGISTRYACCESS ? S_OK : result; // it was not registered
+        remove(known.guid, known.wMajorVerNum, known.wMinorVerNum, known.lcid, known.syskind);
+    // A library that was not registered; wine finds fault with the arguments then.
+    const bool wasNotThere =
+        result == TYPE_E_REGISTRYACCESS || result == TYPE_E_LIBNOTREGISTERED || result == E_INVALIDARG;
+    return wasNotThere ? S_OK : result;
 }
 
 } // namespace
@@ -183,7 +250,9 @@ HRESULT unregisterTypeLibrary(const Classes& classes)
 HRESULT registerClass(const ClassRegistration& registration) noexcept
 try {
     const Classes classes;
-    LSTATUS status = classes.write(entriesOfClass(registration));
+    LSTATUS status = classes.status();
+    if (status == ERROR_SUCCESS)
+        status = classes.write(entriesOfClass(registration));
     if (status == ERROR_SUCCESS)
         status = classes.write(entriesOfProgId(registration));
     return status == ERROR_SUCCESS ? registerTypeLibrary(classes) : resultOf(status);
@@ -194,6 +263,8 @@ try {
 HRESULT unregisterClass(const ClassRegistration& registration) noexcept
 try {
     const Classes classes;
+    if (classes.status() != ERROR_SUCCESS)
+        return resultOf(classes.status());
     const HRESULT libraryGone = unregisterTypeLibrary(classes);
     LSTATUS status = classes.remove(entriesOfClass(registration));
     if (status == ERROR_SUCCESS && !classes.has(classKey(registration)))

@@ -1,0 +1,48 @@
+// How the compiler makes a function's static variables on first use. The C++ library's own way goes through a
+// thread library, which keeps handles and memory of each thread that comes by when this module is unloaded.
+#include <windows.h>
+
+namespace {
+
+SRWLOCK lock = SRWLOCK_INIT;
+CONDITION_VARIABLE changed = CONDITION_VARIABLE_INIT;
+
+// Of one variable; the compiler's code looks at `made` by itself first.
+struct Guard
+{
+    char made;
+    char beingMade;
+};
+
+void stopMaking(Guard& guard, bool made) noexcept
+{
+    AcquireSRWLockExclusive(&lock);
+    guard.beingMade = false;
+    __atomic_store_n(&guard.made, made, __ATOMIC_RELEASE);
+    ReleaseSRWLockExclusive(&lock);
+    WakeAllConditionVariable(&changed);
+}
+
+} // namespace
+
+// Whether the caller is the one to make the variable. Another thread that is making it is waited for.
+extern "C" int __cxa_guard_acquire(Guard* guard)
+{
+    AcquireSRWLockExclusive(&lock);
+    while (guard->beingMade)
+        SleepConditionVariableSRW(&changed, &lock, INFINITE, 0);
+    const bool toBeMade = !guard->made;
+    guard->beingMade = toBeMade;
+    ReleaseSRWLockExclusive(&lock);
+    return toBeMade;
+}
+
+extern "C" void __cxa_guard_release(Guard* guard)
+{
+    stopMaking(*guard, true);
+}
+
+extern "C" void __cxa_guard_abort(Guard* guard)
+{
+    stopMaking(*guard, false);
+}
