@@ -16,7 +16,7 @@ inline constexpr const char* componentName = "VQLoan.dll";
 inline std::size_t openFiles()
 {
     std::size_t count = 0;
-    for (std::uintptr_t handle = 4; handle < 0x40000; handle += 4) {
+    for (std::uintptr_t handle = 4; handle < 0x4000; handle += 4) {
         DWORD flags;
         if (GetHandleInformation(reinterpret_cast<HANDLE>(handle), &flags))
             count += RegQueryInfoKeyW(reinterpret_cast<HKEY>(handle), {}, {}, {}, {}, {}, {}, {}, {}, {}, {},

@@ -59,19 +59,22 @@ TEST(System, FileFailuresAreTheRuntimes)
     SetFileAttributesW((directory / "fixed").c_str(), FILE_ATTRIBUTE_NORMAL);
 }
 
+int handled;
+
+LRESULT CALLBACK postAgain(HWND self, UINT message, WPARAM first, LPARAM second)
+{
+    if (message == WM_APP) {
+        ++handled;
+        PostMessageW(self, WM_APP, 0, 0);
+    }
+    return DefWindowProcW(self, message, first, second);
+}
+
 TEST(System, APassOfEventsEndsThoughEachPostsAnother)
 {
-    static int handled;
     const HWND window =
         CreateWindowExW(0, L"STATIC", nullptr, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
-    const WNDPROC again = [](HWND self, UINT message, WPARAM first, LPARAM second) {
-        if (message == WM_APP) {
-            ++handled;
-            PostMessageW(self, WM_APP, 0, 0);
-        }
-        return DefWindowProcW(self, message, first, second);
-    };
-    SetWindowLongPtrW(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(again));
+    SetWindowLongPtrW(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(postAgain));
     PostMessageW(window, WM_APP, 0, 0);
     const ULONGLONG start = GetTickCount64();
     runPendingEvents();

@@ -95,19 +95,23 @@ TEST(Unloading, GoesFromUnderAThreadThatUsedItAndLivesOn)
 class ThreadsThatUsedIt : public Registered, public testing::WithParamInterface<COINIT>
 {};
 
-// Each worker is alone in COM. Leaving it unloads the module on the thread that used it; wine keeps a module
-// whose type library it has made proxies from, and so the one that a free-threaded worker has used through
-// COM's own thread.
+DWORD WINAPI work(void* model)
+{
+    CoInitializeEx(nullptr, *static_cast<const COINIT*>(model));
+    use(Client(createByName()));
+    CoUninitialize();
+    return isLoaded();
+}
+
+// A worker in its own apartment is alone in COM, and leaving it unloads the module on the thread that used
+// it. Free-threaded ones use the module through COM's own thread, for which wine keeps a reference to each
+// class object: there the module stays.
 TEST_P(ThreadsThatUsedIt, End)
 {
-    const auto work = [](void* model) -> DWORD {
-        CoInitializeEx(nullptr, *static_cast<const COINIT*>(model));
-        use(Client(createByName()));
-        CoUninitialize();
-        return isLoaded();
-    };
     const COINIT model = GetParam();
     CoUninitialize();
+    if (model == COINIT_MULTITHREADED)
+        CoInitializeEx(nullptr, model); // wine waits for ever once 63 such apartments have come and gone
     Holdings early{};
     for (int i = 0; i < 100; ++i) {
         if (i == 10)
@@ -117,13 +121,12 @@ TEST_P(ThreadsThatUsedIt, End)
         DWORD loaded = TRUE;
         GetExitCodeThread(thread, &loaded);
         CloseHandle(thread);
-        if (model == COINIT_APARTMENTTHREADED)
-            EXPECT_FALSE(loaded);
-        else
-            EXPECT_EQ(Component(component).canUnloadNow(), S_OK);
+        EXPECT_EQ(loaded, model == COINIT_MULTITHREADED);
     }
     EXPECT_EQ(Holdings::now().handles, early.handles);
     EXPECT_EQ(Holdings::now().freeIndex, early.freeIndex);
+    if (model == COINIT_MULTITHREADED)
+        CoUninitialize();
     CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
 }
 
