@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "Log.h"
+#include "platform/program/Paths.h"
 #include "platform/program/Program.h"
 #include "platform/runtime/OsFile.h"
 #include "platform/runtime/RuntimeError.h"
@@ -70,7 +71,7 @@ Exchange::Exchange(fs::path directory, std::u16string_view prefix)
     : directory_(std::move(directory)), prefix_(text::toUtf8(prefix))
 {
     if (!fs::is_directory(directory_))
-        throw std::runtime_error("there is no exchange directory " + directory_.string());
+        throw std::runtime_error("there is no exchange directory " + program::utf8Of(directory_));
     begin();
     clear();
 }
@@ -110,7 +111,7 @@ void Exchange::clear() const
 {
     std::error_code ignored;
     for (const auto& entry : fs::directory_iterator(directory_)) {
-        const std::string name = entry.path().filename().string();
+        const std::string name = program::utf8Of(entry.path().filename());
         const bool left = name.starts_with("." + prefix_) && entry.path() != own_;
         const bool exchanged = name.starts_with(prefix_) &&
                                (name.ends_with(requestExtension) || name.ends_with(answerExtension));
@@ -137,7 +138,7 @@ std::vector<std::string> Exchange::waiting() const
     std::vector<std::pair<fs::file_time_type, std::string>> found;
     std::error_code ignored;
     for (const auto& entry : fs::directory_iterator(directory_))
-        if (auto client = clientOf(entry.path().filename().string()))
+        if (auto client = clientOf(program::utf8Of(entry.path().filename())))
             found.emplace_back(entry.last_write_time(ignored), *std::move(client));
     std::ranges::sort(found);
     std::vector<std::string> clients;
@@ -156,10 +157,10 @@ std::optional<Exchange::Request> Exchange::take(const std::string& client)
     case fs::file_type::none:
         return std::nullopt;
     case fs::file_type::directory:
-        throw std::runtime_error(there.string() + " is a directory: its client cannot ask");
+        throw std::runtime_error(program::utf8Of(there) + " is a directory: its client cannot ask");
     default:
         fs::remove(there);
-        throw std::runtime_error(there.string() + " was no regular file, and is removed");
+        throw std::runtime_error(program::utf8Of(there) + " was no regular file, and is removed");
     }
 
     const std::lock_guard lock(mutex_);
@@ -180,7 +181,7 @@ std::optional<Exchange::Request> Exchange::take(const std::string& client)
     if (failed) {
         if (!isThere(there) || program::isInUse(failed))
             return std::nullopt;
-        throw std::system_error(failed, there.string());
+        throw std::system_error(failed, program::utf8Of(there));
     }
     latest_[client] = number;
     removeAnswer(client);
@@ -212,7 +213,8 @@ Exchange::Placed Exchange::place(const Request& request, std::string_view line,
         const Request& request;
     } const done{*this, request};
 
-    const fs::path aside = request.file.string() + ".answer";
+    fs::path aside = request.file;
+    aside += ".answer";
     // Both times are those of the directory's own machine, which counts from when the client wrote.
     const std::chrono::nanoseconds byFiles(writeFile(aside, std::string(line) + "\r\n") - request.written);
 
@@ -273,7 +275,7 @@ void Exchange::removeAnswer(const std::string& client) const
 
 std::string Exchange::name() const
 {
-    return (directory_ / (prefix_ + "*")).string().append(requestExtension);
+    return program::utf8Of(directory_ / (prefix_ + "*")).append(requestExtension);
 }
 
 fs::path Exchange::fileOf(const std::string& client, std::string_view extension) const

@@ -3,6 +3,8 @@
 #include <fstream>
 #include <stdexcept>
 
+#include "platform/program/Paths.h"
+
 namespace vqloan::client {
 
 std::string readFile(const std::filesystem::path& file)
@@ -14,7 +16,7 @@ std::string readFile(const std::filesystem::path& file)
     while (in.read(piece, sizeof piece), in.gcount() > 0)
         all.append(piece, static_cast<std::size_t>(in.gcount()));
     if (!isOpen || in.bad()) // a directory opens, and then fails to be read
-        throw std::runtime_error("cannot read " + file.string());
+        throw std::runtime_error("cannot read " + program::utf8Of(file));
     return all;
 }
 

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "Input.h"
+#include "platform/program/Paths.h"
 #include "platform/runtime/Text.h"
 #include "site/HostFile.h"
 
@@ -33,7 +34,7 @@ std::filesystem::path Parameters::exchangeDirectory() const
 {
     const std::u16string directory = value(site::Line::directory);
     if (directory.empty())
-        throw std::runtime_error("line 3 of " + file_.string() + " names no exchange directory");
+        throw std::runtime_error("line 3 of " + program::utf8Of(file_) + " names no exchange directory");
     return directory;
 }
 

@@ -6,6 +6,7 @@
 #include <system_error>
 #include <utility>
 
+#include "platform/program/Paths.h"
 #include "platform/runtime/Text.h"
 
 namespace vqloan::client {
@@ -32,7 +33,7 @@ Requests::Requests(const AskOptions& options)
     const bool standardInput = options.file.empty() || options.file == "-";
     name_ = standardInput ? "the standard input" : options.file;
     try {
-        input_.emplace(standardInput ? std::string() : options.file);
+        input_.emplace(standardInput ? std::filesystem::path() : program::pathOf(options.file));
     } catch (const std::system_error& error) {
         throw std::runtime_error("cannot read " + name_ + ": " + error.code().message());
     }

@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 
+#include "platform/program/Paths.h"
 #include "platform/program/Program.h"
 
 namespace fs = std::filesystem;
@@ -15,10 +16,10 @@ fs::path programDirectory()
     return program::file().parent_path();
 }
 
-fs::path chosenDirectory(const fs::path& directory)
+fs::path chosenDirectory(std::string_view directory)
 {
     if (!directory.empty())
-        return fs::absolute(directory);
+        return fs::absolute(program::pathOf(directory));
     // Among the system's programs there are no settings, and never will be.
     if (!fs::exists(programDirectory() / componentName()))
         throw std::runtime_error("name the site's directory with --site");
@@ -42,14 +43,15 @@ fs::path ownedComponent()
     return beside;
 }
 
-Site::Site(const fs::path& directory) : directory_(chosenDirectory(directory))
+Site::Site(std::string_view directory) : directory_(chosenDirectory(directory))
 {
     if (!fs::is_directory(directory_))
-        throw std::runtime_error("there is no directory " + directory_.string());
+        throw std::runtime_error("there is no directory " + program::utf8Of(directory_));
     component_ = directory_ / componentName();
     source_ = fs::exists(component_) ? component_ : ownedComponent();
     if (!fs::exists(source_))
-        throw std::runtime_error("there is neither " + component_.string() + " nor " + source_.string());
+        throw std::runtime_error("there is neither " + program::utf8Of(component_) + " nor " +
+                                 program::utf8Of(source_));
 }
 
 } // namespace vqloan::client

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <string_view>
 
 #include "site/HostFile.h"
 #include "site/Settings.h"
@@ -19,8 +20,9 @@ std::filesystem::path ownedComponent();
 class Site
 {
 public:
-    // An empty directory is that of this program. Throws std::runtime_error when there is no such directory.
-    explicit Site(const std::filesystem::path& directory);
+    // In UTF-8; an empty directory is that of this program. Throws std::runtime_error when there is no such
+    // directory.
+    explicit Site(std::string_view directory);
 
     const std::filesystem::path& directory() const noexcept { return directory_; }
     // Where the site's own component belongs, whether or not it is there.

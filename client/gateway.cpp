@@ -8,6 +8,7 @@
 #include "Site.h"
 #include "component/DispSvr.h"
 #include "external/SysTools.h"
+#include "platform/program/Paths.h"
 #include "platform/runtime/OsFile.h"
 #include "platform/runtime/Text.h"
 #include "site/Exchange.h"
@@ -119,9 +120,9 @@ int gateway(const ServeOptions& options)
     DispSvr settings;
     open(settings, site, site::Kind::gateway);
     const std::filesystem::path path = options.exchange.empty() ? std::filesystem::path(settings.ExchPath)
-                                                                : std::filesystem::path(options.exchange);
+                                                                : program::pathOf(options.exchange);
     if (path.empty())
-        throw std::runtime_error("[CONFIG] PATH is not set in " + site.settings().string() +
+        throw std::runtime_error("[CONFIG] PATH is not set in " + program::utf8Of(site.settings()) +
                                  ", and no --exchange is given");
 
     Service service;

@@ -15,6 +15,7 @@
 #include "Input.h"
 #include "Parameters.h"
 #include "Server.h"
+#include "platform/program/Paths.h"
 #include "platform/runtime/Numbers.h"
 #include "platform/runtime/Text.h"
 #include "site/Exchange.h"
@@ -30,7 +31,7 @@ public:
     explicit HostTable(const std::string& file)
     {
         int number = 0;
-        for (std::u16string_view line : split(text::fromUtf8(readFile(file)), u"\n")) {
+        for (std::u16string_view line : split(text::fromUtf8(readFile(program::pathOf(file))), u"\n")) {
             ++number;
             if (line.ends_with(u'\r'))
                 line.remove_suffix(1);
@@ -96,7 +97,7 @@ int host(const ServeOptions& options)
     };
     service.makeAnswerer = [&](Log&) { return std::make_unique<Host>(table.load()); };
     Exchange exchange(options.exchange.empty() ? Parameters(site).exchangeDirectory()
-                                               : std::filesystem::path(options.exchange),
+                                               : program::pathOf(options.exchange),
                       site::hostPrefix);
     serve(exchange, service, options);
     return allWell;

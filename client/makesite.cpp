@@ -11,6 +11,7 @@
 #include "SampleFiles.h"
 #include "SampleNetwork.h"
 #include "Site.h"
+#include "platform/program/Paths.h"
 #include "platform/runtime/Clock.h"
 #include "platform/runtime/OsFile.h"
 #include "platform/runtime/Text.h"
@@ -29,7 +30,7 @@ constexpr fs::perms sharedDirectory = fs::perms::owner_all | fs::perms::group_al
 
 void report(const char* done, const fs::path& file)
 {
-    std::cout << "  " << done << file.filename().string() << '\n';
+    std::cout << "  " << done << program::utf8Of(file.filename()) << '\n';
 }
 
 // A file is made under another name and then renamed: what lies under its own name is always whole.
@@ -54,7 +55,7 @@ public:
         make(name, permissions, [&](const fs::path& file) {
             std::ofstream stream(file, std::ios::binary);
             if (!(stream << content).flush())
-                throw std::runtime_error(file.string() + " cannot be written");
+                throw std::runtime_error(program::utf8Of(file) + " cannot be written");
         });
     }
     void makeExchange(const char* name) const
@@ -125,7 +126,8 @@ std::string usablePath(const fs::path& directory)
 {
     const std::u16string path = os::pathText(directory);
     if (path.find_first_of(u"§;\"'\r\n\t") != path.npos || text::fromCodePage(text::toCodePage(path)) != path)
-        throw std::runtime_error("the settings files cannot name the directory " + directory.string() +
+        throw std::runtime_error("the settings files cannot name the directory " +
+                                 program::utf8Of(directory) +
                                  ": choose one of letters, digits and ordinary signs");
     return text::toUtf8(path);
 }
@@ -158,7 +160,7 @@ void makeSample(const Maker& maker, std::size_t count)
 
 int makeSite(const SiteOptions& options)
 {
-    const fs::path directory = fs::absolute(options.directory).lexically_normal();
+    const fs::path directory = fs::absolute(program::pathOf(options.directory)).lexically_normal();
     const std::string path = usablePath(directory);
     if (options.sample && !sample::canMakeDatabase())
         throw std::runtime_error("this build has no embedded database to make a sample of");

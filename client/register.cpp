@@ -5,6 +5,7 @@
 
 #include "Commands.h"
 #include "Component.h"
+#include "platform/program/Paths.h"
 
 namespace vqloan::client {
 
@@ -14,8 +15,8 @@ namespace {
 void requireOwnComponent(const Site& site)
 {
     if (!site.ownComponent())
-        throw std::runtime_error("there is no component in " + site.directory().string() +
-                                 "; put one there: vqloan site " + site.directory().string());
+        throw std::runtime_error("there is no component in " + program::utf8Of(site.directory()) +
+                                 "; put one there: vqloan site " + program::utf8Of(site.directory()));
 }
 
 int change(const std::string& directory, const char* done, void (Component::*action)() const)
@@ -23,7 +24,7 @@ int change(const std::string& directory, const char* done, void (Component::*act
     const Site site(directory);
     requireOwnComponent(site);
     (Component(site).*action)();
-    std::cout << done << site.component().string() << '\n';
+    std::cout << done << program::utf8Of(site.component()) << '\n';
     return allWell;
 }
 

@@ -11,6 +11,7 @@
 #include "Log.h"
 #include "Nearest.h"
 #include "platform/automation/Automation.h"
+#include "platform/program/Program.h"
 #include "platform/runtime/Text.h"
 #include "site/Kind.h"
 
@@ -201,11 +202,11 @@ CLI::App* addRegistration(CLI::App& program, const char* name, const char* descr
 }
 
 // Throws std::runtime_error for a word in a command's place that is none.
-void checkCommand(const CLI::App& program, int argc, char** argv)
+void checkCommand(const CLI::App& program, const std::vector<std::string>& words)
 {
-    if (argc < 2 || argv[1][0] == '-')
+    if (words.size() < 2 || words[1].starts_with('-'))
         return;
-    const std::string word = argv[1];
+    const std::string& word = words[1];
     std::vector<std::string> names;
     for (const CLI::App* const command : program.get_subcommands(nullptr))
         names.push_back(command->get_name());
@@ -220,6 +221,7 @@ void checkCommand(const CLI::App& program, int argc, char** argv)
 
 int main(int argc, char** argv)
 {
+    vqloan::program::prepareStreams();
     CLI::App program{"Tells whether copies can be had from the libraries of a network."};
     program.name("vqloan");
     program.get_formatter()->column_width(26);
@@ -251,8 +253,11 @@ int main(int argc, char** argv)
 
     CoInitialize(nullptr);
     try {
-        checkCommand(program, argc, argv);
-        program.parse(argc, argv);
+        std::vector<std::string> words = vqloan::program::commandLine(argc, argv);
+        checkCommand(program, words);
+        std::ranges::reverse(words); // as the parser takes them
+        words.pop_back();
+        program.parse(std::move(words));
     } catch (const CLI::ParseError& error) {
         // Help and the version come this way too, with status 0.
         status = program.exit(error) == 0 ? allWell : nothingDone;

@@ -11,6 +11,7 @@
 #include "Input.h"
 #include "Log.h"
 #include "external/SysTools.h"
+#include "platform/program/Paths.h"
 #include "platform/program/Program.h"
 #include "platform/runtime/Numbers.h"
 #include "platform/runtime/OsFile.h"
@@ -96,7 +97,7 @@ ClientNumbers::ClientNumbers(const Site& site, site::Kind kind, const std::vecto
                 write(own / site::hostFile, parametersWith(site, number));
             else
                 write(own / site::settingsFile, settingsWith(site, number));
-            sites_.emplace_back(own);
+            sites_.emplace_back(program::utf8Of(own));
         }
     } catch (const RuntimeError& error) {
         remove();

@@ -14,13 +14,10 @@ add_custom_command(
   VERBATIM)
 
 # The .rc file names the type library, which lies in the binary directory.
-target_sources(VQLoan PRIVATE ${face}/VQLoan.rc ${face}/VQLoan.def)
-set_source_files_properties(
-  ${face}/VQLoan.rc PROPERTIES
-  OBJECT_DEPENDS ${type_library}
-  INCLUDE_DIRECTORIES ${CMAKE_CURRENT_BINARY_DIR}
-  COMPILE_DEFINITIONS
-    "VQLOAN_VERSION_MAJOR=${PROJECT_VERSION_MAJOR};VQLOAN_VERSION_MINOR=${PROJECT_VERSION_MINOR};VQLOAN_VERSION=${PROJECT_VERSION}")
+include(${CMAKE_CURRENT_LIST_DIR}/Resources.cmake)
+target_sources(VQLoan PRIVATE ${face}/VQLoan.def)
+add_resources(VQLoan ${face}/VQLoan.rc ${CMAKE_CURRENT_BINARY_DIR})
+set_property(SOURCE ${face}/VQLoan.rc APPEND PROPERTY OBJECT_DEPENDS ${type_library})
 # 32-bit entry points are named with their arguments' size; the .def file says without.
 target_link_options(VQLoan PRIVATE -Wl,--enable-stdcall-fixup)
 

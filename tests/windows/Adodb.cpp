@@ -119,6 +119,8 @@ ComPtr<IDispatch> makeConnection()
                 {L"Open", doing([state](auto& arguments) {
                      if (textOf(arguments.at(0)) == "refuse")
                          throw failure(static_cast<std::int32_t>(0x80004005), u"Accesso rifiutato \u20AC");
+                     if (textOf(arguments.at(0)) == "silent")
+                         throw failure(static_cast<std::int32_t>(0x80AB1234), u"");
                      *state = 1;
                  })},
                 {L"Close", doing([state](auto&) { *state = 0; })}});

@@ -14,9 +14,9 @@
 namespace vqloan::test {
 
 // The output of a command, and what it ended with.
-inline std::pair<std::string, int> run(const std::wstring& command)
+inline std::pair<std::string, int> run(const std::wstring& command, const wchar_t* mode = L"r")
 {
-    FILE* const pipe = _wpopen(command.c_str(), L"r");
+    FILE* const pipe = _wpopen(command.c_str(), mode);
     std::string output;
     for (int c; (c = std::fgetc(pipe)) != EOF;)
         output += static_cast<char>(c);

@@ -85,6 +85,8 @@ TEST(Ado, FailuresHaveTheProvidersNumberAndText)
              recordset->Item(u"X");
          },
          3265, "Item cannot be found"},
+        {"without a text", [&] { connection->Open(u"silent", u"", u"", -1); },
+         static_cast<std::int32_t>(0x80AB1234), "Automation error"},
         {"no such member", [] { LateBound::create(L"ADODB.Recordset").call(L"Supports"); }, 438,
          "Object doesn't"},
         {"no such class", [] { LateBound::create(L"VQLoan.Nothing"); }, 429, "ActiveX component can't"},

@@ -188,21 +188,32 @@ TEST(TypeLibrary, OfThe32BitBuildIsTheSame)
     expectOurs(library, SYS_WIN32);
 }
 
+// Words, files and answers in characters that no one code page has; the answer as it is, and no copy of
+// anything.
 TEST(CommandLine, AsksASite)
 {
     const ScratchDirectory directory;
+    const auto site = directory.path() / L"Citt\u00E0 \u20AC", requests = site / L"\u0141\u00F3d\u017A.txt",
+               temporary = directory.path() / "temporary";
+    create_directory(site);
+    create_directory(temporary);
     std::string parameters = "CLIENT=7";
     for (int line = 2; line < 14; ++line)
         parameters += "\r\n" + std::to_string(line) + "=";
-    write(directory / "CLIENT.PAR", parameters + "\r\nNC=Non collegata\r\ncodbib=07,NC,Archivio\r\n");
+    write(site / "CLIENT.PAR", parameters + "\r\nNC=Non collegata\r\ncodbib=07,NC,Archivio\r\n");
+    write(requests, "07\t\t1\r\n");
+    SetEnvironmentVariableW(L"TMP", temporary.c_str());
+
     const auto program =
         std::filesystem::absolute(COMPONENT_FILE).replace_filename("vqloan.exe").make_preferred();
-    const auto [output, status] = run(L"\"" + program.wstring() +
-                                      L"\" ask --kind 7000 --library 07 --inventory 1 "
-                                      L"--format raw --site " +
-                                      directory.path().wstring());
-    EXPECT_EQ(readable(output), "Archivio|Disponibilità non verificabile|Non collegata|\n");
-    EXPECT_EQ(status, 0);
+    const std::wstring ask =
+        L"\"\"" + program.wstring() + L"\" ask --kind 7000 --site \"" + site.wstring() + L"\" --format ";
+    EXPECT_EQ(run(ask + L"raw \"" + requests.wstring() + L"\"\"", L"rb"),
+              std::pair(wire("Archivio|Disponibilità non verificabile|Non collegata|\n"), 0));
+    const std::string typed = run(ask + L"json --library 07 --note \"\u0141\u00F3d\u017A \u20AC\"\"").first;
+    EXPECT_NE(typed.find("\"note\":\"Łódź €\""), typed.npos) << typed;
+    EXPECT_TRUE(is_empty(temporary));
+    SetEnvironmentVariableW(L"TMP", nullptr);
 }
 
 // A program that has the component described in a manifest needs no registration.

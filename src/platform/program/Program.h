@@ -15,6 +15,13 @@ std::filesystem::path file();
 // call replaces the former one. On Windows a file that is open stays.
 void removeWhenEnded(const std::vector<std::filesystem::path>& files);
 
+// The words of the command line in UTF-8, this program's name first.
+std::vector<std::string> commandLine(int argc, char** argv);
+
+// The standard streams take and give bytes as they are, and a terminal shows UTF-8 whatever its code page. To
+// be called once, before anything is written.
+void prepareStreams();
+
 // Ends the program where threads of it are not to be waited for: writes the standard streams out, and runs
 // nothing else.
 [[noreturn]] void endNow(int status) noexcept;

@@ -52,6 +52,13 @@ void removeWhenEnded(const std::vector<std::filesystem::path>& files)
     }
 }
 
+std::vector<std::string> commandLine(int argc, char** argv)
+{
+    return {argv, argv + argc};
+}
+
+void prepareStreams() {}
+
 void endNow(int status) noexcept
 {
     std::fflush(nullptr);

@@ -1,5 +1,7 @@
 #include "platform/program/FileLock.h"
 
+#include "platform/program/Paths.h"
+
 #include <windows.h>
 
 #include <system_error>
@@ -16,7 +18,7 @@ std::optional<FileLock> FileLock::tryTake(const std::filesystem::path& file)
         const DWORD error = GetLastError();
         if (error == ERROR_SHARING_VIOLATION || error == ERROR_ACCESS_DENIED)
             return std::nullopt;
-        throw std::system_error(static_cast<int>(error), std::system_category(), file.string());
+        throw std::system_error(static_cast<int>(error), std::system_category(), utf8Of(file));
     }
     const std::string who = "process " + std::to_string(GetCurrentProcessId()) + "\r\n";
     DWORD written = 0;

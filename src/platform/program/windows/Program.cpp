@@ -12,6 +12,8 @@
 #include <string>
 #include <system_error>
 
+#include "platform/program/Paths.h"
+
 namespace vqloan::program {
 
 namespace {
@@ -57,7 +59,7 @@ std::filesystem::path makePrivateDirectory(const std::filesystem::path& parent, 
         if (CreateDirectoryW(made.c_str(), nullptr))
             return made;
         if (const DWORD error = GetLastError(); error != ERROR_ALREADY_EXISTS)
-            throw std::system_error(static_cast<int>(error), std::system_category(), parent.string());
+            throw std::system_error(static_cast<int>(error), std::system_category(), utf8Of(parent));
     }
 }
 
@@ -81,7 +83,7 @@ int terminalColumns(Stream stream) noexcept
 Library::Library(const std::filesystem::path& file) : file_(file), handle_(LoadLibraryW(file.c_str()))
 {
     if (!handle_)
-        throw std::runtime_error(file.string() + ": " +
+        throw std::runtime_error(utf8Of(file) + ": " +
                                  std::system_category().message(static_cast<int>(GetLastError())));
 }
 
@@ -94,7 +96,7 @@ void* Library::address(const char* name) const
 {
     if (const auto found = GetProcAddress(static_cast<HMODULE>(handle_), name))
         return reinterpret_cast<void*>(found);
-    throw std::runtime_error(file_.string() + " has no entry point " + name);
+    throw std::runtime_error(utf8Of(file_) + " has no entry point " + name);
 }
 
 } // namespace vqloan::program

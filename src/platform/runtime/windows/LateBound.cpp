@@ -28,8 +28,10 @@ std::u16string textOf(std::int32_t number)
     case wrongArguments:
         return u"Wrong number of arguments or invalid property assignment";
     default:
-        return number > 0 ? std::u16string(describe(number)) : os::errorMessage(number);
+        break;
     }
+    std::u16string text = number > 0 ? std::u16string(describe(number)) : os::errorMessage(number);
+    return text.empty() ? u"Automation error" : text;
 }
 
 RuntimeError failureOf(std::int32_t number)
