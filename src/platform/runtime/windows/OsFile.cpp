@@ -60,7 +60,7 @@ bool isNamable(std::u16string_view path)
     return path.find(u'\0') == path.npos;
 }
 
-std::u16string nativePath(std::u16string_view path)
+std::u16string usable(std::u16string_view path)
 {
     if (path.empty())
         throw RuntimeError(Failure::PathFileAccessError, ERROR_PATH_NOT_FOUND);
@@ -147,7 +147,7 @@ DWORD atMost(std::size_t size)
 
 File::File(std::u16string_view path, Mode mode, Place place)
 {
-    const std::u16string native = nativePath(path);
+    const std::u16string native = usable(path);
     handle_ = open(native, mode == Mode::Write ? Opening{GENERIC_WRITE, shared, OPEN_ALWAYS, place}
                                                : Opening{GENERIC_READ, shared, OPEN_EXISTING, place});
     if (handle_ == noHandle)
@@ -201,7 +201,7 @@ FileState File::state() const
 
 void removeFile(std::u16string_view path)
 {
-    if (!DeleteFileW(toOle(nativePath(path).c_str())))
+    if (!DeleteFileW(toOle(usable(path).c_str())))
         fail(Failure::PathFileAccessError);
 }
 
@@ -209,7 +209,7 @@ void removeFile(std::u16string_view path)
 // delete is not held: then it is the deletion that has to fail.
 bool isHeld(std::u16string_view path)
 {
-    const HANDLE opened = CreateFileW(toOle(nativePath(path).c_str()), GENERIC_READ | DELETE, FILE_SHARE_READ,
+    const HANDLE opened = CreateFileW(toOle(usable(path).c_str()), GENERIC_READ | DELETE, FILE_SHARE_READ,
                                       nullptr, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
     if (opened == INVALID_HANDLE_VALUE)
         return GetLastError() == ERROR_SHARING_VIOLATION;
