@@ -42,7 +42,11 @@ install(FILES packaging/completion.bash DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}
         RENAME vqloan)
 
 # Services: where systemd looks, not where this system keeps its libraries.
-foreach(unit gateway host serve)
+set(units gateway host)
+if(TARGET PkgConfig::httplib)
+  list(APPEND units serve)
+endif()
+foreach(unit ${units})
   configure_file(packaging/vqloan-${unit}@.service.in vqloan-${unit}@.service @ONLY)
   install(FILES ${PROJECT_BINARY_DIR}/vqloan-${unit}@.service DESTINATION lib/systemd/system)
 endforeach()
