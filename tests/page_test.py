@@ -129,6 +129,9 @@ class Page(unittest.TestCase):
             self.assertEqual(self.answered()[0][1], first, order)
             heading = self.browser.switch_to.active_element.find_element(By.XPATH, "..")
             self.assertEqual(heading.get_attribute("aria-sort"), order)
+        self.browser.refresh()
+        self.assertEqual([self.browser.find_element(By.ID, name).get_property("value") for name in ("copies", "own")],
+                         ["00 KA000001\n01, KA000002\nwhat is this\nKA000009", "01"])
 
     def test_three_hundred_lines_pasted(self):
         self.open()
