@@ -35,7 +35,7 @@ fs::path componentName()
 
 fs::path ownedComponent()
 {
-    const fs::path beside = programDirectory() / componentName();
+    fs::path beside = programDirectory() / componentName();
 #ifdef VQLOAN_COMPONENT_FROM_PROGRAM
     if (!fs::exists(beside))
         return (programDirectory() / VQLOAN_COMPONENT_FROM_PROGRAM).lexically_normal() / componentName();

@@ -217,9 +217,8 @@ void checkCommand(const CLI::App& program, const std::vector<std::string>& words
                              (meant.empty() ? "" : "; did you mean " + meant + "?"));
 }
 
-} // namespace
-
-int main(int argc, char** argv)
+// The status to end with.
+int run(int argc, char** argv)
 {
     vqloan::program::prepareStreams();
     CLI::App program{"Tells whether copies can be had from the libraries of a network."};
@@ -251,19 +250,29 @@ int main(int argc, char** argv)
         status = unregisterClass(site);
     });
 
-    CoInitialize(nullptr);
+    std::vector<std::string> words = vqloan::program::commandLine(argc, argv);
+    checkCommand(program, words);
+    std::ranges::reverse(words); // as the parser takes them
+    words.pop_back();
     try {
-        std::vector<std::string> words = vqloan::program::commandLine(argc, argv);
-        checkCommand(program, words);
-        std::ranges::reverse(words); // as the parser takes them
-        words.pop_back();
         program.parse(std::move(words));
     } catch (const CLI::ParseError& error) {
         // Help and the version come this way too, with status 0.
         status = program.exit(error) == 0 ? allWell : nothingDone;
+    }
+    return status;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    int status = nothingDone;
+    CoInitialize(nullptr);
+    try {
+        status = run(argc, argv);
     } catch (const std::exception& error) {
         std::cerr << "vqloan: " << error.what() << '\n';
-        status = nothingDone;
     }
     if (!std::cout.flush() && status != nothingDone) {
         std::cerr << "vqloan: the output cannot be written\n";

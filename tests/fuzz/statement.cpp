@@ -72,7 +72,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     const std::u16string any = u"SELECT K, N FROM T WHERE " + text::fromUtf8(input.rest());
     const StatementShape shape = StatementShape::of(any);
     expect(shape.matches(any, literals) && literals.size() == shape.parameterCount(), "shape", any);
-    if (literals.empty())
+    if (literals.empty() || any.find(u'\0') != any.npos) // SQLite reads a statement up to there
         return 0;
     const std::string with = rows(shape.withParameters(), literals), as = rows(any, {});
     expect(with == as || with.starts_with("c") || as == "fails" || with == "fails", with + " for " + as, any);

@@ -100,7 +100,7 @@ void pending::prepare()
     perThread<Pending>();
 }
 
-void pending::set(std::exception_ptr failure) noexcept
+void pending::set(const std::exception_ptr& failure) noexcept
 {
     try {
         RuntimeError& kept = perThread<Pending>().failure;

@@ -60,7 +60,7 @@ namespace pending {
 void prepare();
 // Makes a caught exception the thread's pending failure: a RuntimeError as it is, std::bad_alloc and
 // std::length_error as 7, any other as 51. Without memory for its texts it is 7 with none.
-void set(std::exception_ptr failure) noexcept;
+void set(const std::exception_ptr& failure) noexcept;
 // Gives the pending failure and clears it; number 0 and empty texts when there is none, 7 when there was no
 // memory to keep one.
 RuntimeError take() noexcept;

@@ -64,7 +64,7 @@ const char* variable(const char* name) noexcept
 // Empty when the user has no home.
 fs::path registryFile()
 {
-    if (const fs::path named = variable("AUTOMATION_REGISTRY"); !named.empty())
+    if (fs::path named = variable("AUTOMATION_REGISTRY"); !named.empty())
         return named;
     const fs::path place = fs::path("automation") / "registry";
     if (const fs::path data = variable("XDG_DATA_HOME"); data.is_absolute())
