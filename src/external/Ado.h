@@ -74,14 +74,14 @@ class Session; // an open database, as its provider has it
 class OneState
 {
 public:
-    OneState() noexcept;
+    OneState(); // throws std::bad_alloc
     ~OneState();
     OneState(const OneState&) = delete;
     OneState& operator=(const OneState&) = delete;
 
     // For providers. True when the session may keep what it has begun until the thread's innermost call ends,
     // when it is told.
-    static bool keeps(Session& session) noexcept;
+    static bool keeps(Session& session);
     // The session ends first.
     static void forget(const Session& session) noexcept;
 

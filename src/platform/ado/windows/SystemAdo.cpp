@@ -111,7 +111,7 @@ Field& SystemRecordset::item(const Variant& index)
 }
 
 // What a database shows of its changes is its own provider's matter here.
-OneState::OneState() noexcept : outer_(nullptr) {}
+OneState::OneState() : outer_(nullptr) {}
 OneState::~OneState() = default;
 
 } // namespace vqloan
