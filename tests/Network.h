@@ -2,6 +2,7 @@
 // database that is tested holds these rows and is asked these questions.
 #pragma once
 
+#include <chrono>
 #include <ctime>
 #include <iomanip>
 #include <optional>
@@ -16,15 +17,21 @@ using Row = std::vector<Value>;
 
 inline std::string dayFromToday(int days, const char* format = "%Y-%m-%d")
 {
-    std::time_t now = std::time(nullptr);
-    std::tm date = *std::localtime(&now);
-    date.tm_mday += days;
-    date.tm_hour = 12;
-    date.tm_isdst = -1;
-    std::mktime(&date);
-    char text[32];
-    std::strftime(text, sizeof text, format, &date);
-    return text;
+    using namespace std::chrono;
+    static const std::tm today = [] { // once: threads ask here
+        const std::time_t now = std::time(nullptr);
+        return *std::localtime(&now);
+    }();
+    const year_month_day date =
+        sys_days(year(today.tm_year + 1900) / (today.tm_mon + 1) / today.tm_mday) + std::chrono::days(days);
+    std::tm written{};
+    written.tm_year = int(date.year()) - 1900;
+    written.tm_mon = int(unsigned(date.month())) - 1;
+    written.tm_mday = int(unsigned(date.day()));
+    written.tm_hour = 12;
+    std::ostringstream text;
+    text << std::put_time(&written, format);
+    return text.str();
 }
 
 // One question, what the database holds of its copy, and the record that answers it: "library's
