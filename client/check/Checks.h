@@ -2,7 +2,9 @@
 // rules and reports. What it makes in an exchange directory it takes away again.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -97,6 +99,8 @@ void checkAnswer(const Site& site, const ExchangeFiles& files, bool isServed, Re
 
 // What an object recorded last.
 Failure recordedFailure(DispSvr& svr);
+std::u16string reasonOf(std::int32_t systemError); // without a full stop
+std::u16string joined(std::initializer_list<std::u16string_view> pieces);
 std::u16string inQuotes(std::u16string_view text);
 std::u16string decimal(std::size_t number);
 void appendTo(std::u16string& list, std::u16string_view item); // with ", " between

@@ -117,7 +117,8 @@ bool checkTables(const std::shared_ptr<Connection>& connection, Report& report)
             const bool isThere = refusalOf(connection, emptySelection(column, table)).empty();
             appendTo(isThere ? found : missing, column);
             if (!isThere)
-                report.finding({u"database", 0, table + u"." + column}, u"The table has no such column.",
+                report.finding({u"database", 0, joined({table, u".", column})},
+                               u"The table has no such column.",
                                u"Add it; examples/site/schema.sql has every column.");
         }
         report.fact({table, found, missing.empty() ? u"found" : u"MISSING " + missing});

@@ -62,7 +62,7 @@ private:
         if (status.type() == fs::file_type::not_found)
             found(u"There is no directory " + files_.directory + u".", u"Create it, or correct its name.");
         else if (failed)
-            found(reasonOf(u"look at ", failed), u"Let the accounts of clients and server in.");
+            found(refused(u"look at ", failed), u"Let the accounts of clients and server in.");
         else
             found(files_.directory + u" is no directory.", u"Correct its name.");
         return false;
@@ -87,8 +87,7 @@ private:
         if (!made.empty())
             fs::remove_all(made, ignored);
         if (failed)
-            found(reasonOf(u"make files in ", failed),
-                  u"Let the accounts of clients and server write there.");
+            found(refused(u"make files in ", failed), u"Let the accounts of clients and server write there.");
         return !failed;
     }
 
@@ -183,10 +182,10 @@ private:
         return asks;
     }
 
-    std::u16string reasonOf(std::u16string_view what, std::error_code error) const
+    std::u16string refused(std::u16string_view what, std::error_code error) const
     {
-        return u"The account " + text::fromUtf8(program::accountName()) + u" cannot " + std::u16string(what) +
-               files_.directory + u": " + text::fromUtf8(error.message()) + u".";
+        return joined({u"The account ", text::fromUtf8(program::accountName()), u" cannot ", what,
+                       files_.directory, u": ", reasonOf(error.value()), u"."});
     }
 
     void found(std::u16string what, std::u16string advice)

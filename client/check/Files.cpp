@@ -20,7 +20,7 @@ std::u16string otherSpelling(const fs::path& path)
 {
     std::error_code failed;
     for (const auto& entry : fs::directory_iterator(path.parent_path(), failed))
-        if (const std::u16string name = os::pathText(entry.path().filename());
+        if (std::u16string name = os::pathText(entry.path().filename());
             text::equalsIgnoringCase(name, os::pathText(path.filename())))
             return name;
     return {};
@@ -86,6 +86,14 @@ void reportState(const SiteFile& file, const Place& place, bool isNeeded, Report
 
 } // namespace
 
+std::u16string reasonOf(std::int32_t systemError)
+{
+    std::u16string reason = os::errorMessage(systemError);
+    while (reason.ends_with(u'.') || reason.ends_with(u'\n') || reason.ends_with(u'\r'))
+        reason.pop_back();
+    return reason;
+}
+
 SiteFile readSiteFile(const fs::path& path)
 {
     SiteFile file{path};
@@ -99,9 +107,7 @@ SiteFile readSiteFile(const fs::path& path)
         file.state = SiteFile::State::found;
     } catch (const RuntimeError& error) {
         file.state = SiteFile::State::unreadable;
-        file.reason = error.lastDllError != 0 ? os::errorMessage(error.lastDllError) : error.description;
-        while (file.reason.ends_with(u'.') || file.reason.ends_with(u'\n') || file.reason.ends_with(u'\r'))
-            file.reason.pop_back();
+        file.reason = error.lastDllError != 0 ? reasonOf(error.lastDllError) : error.description;
     }
     return file;
 }

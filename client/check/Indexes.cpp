@@ -117,7 +117,7 @@ void checkIndexes(const std::shared_ptr<Connection>& connection, Report& report)
         if (state == none)
             report.finding({u"database", 0, name},
                            u"No index begins with " + key + u": each question reads the whole table.",
-                           u"CREATE INDEX " + name + u"_VQLOAN ON " + name + u" (" + key + u")");
+                           joined({u"CREATE INDEX ", name, u"_VQLOAN ON ", name, u" (", key, u")"}));
     }
 }
 

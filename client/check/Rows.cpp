@@ -2,6 +2,7 @@
 
 #include <optional>
 
+#include "check/Checks.h"
 #include "platform/runtime/RuntimeError.h"
 #include "platform/runtime/Text.h"
 
@@ -44,8 +45,8 @@ std::vector<std::vector<Variant>> someRows(const std::shared_ptr<Connection>& co
     const std::u16string rest = std::u16string(columns) + u" FROM " + std::u16string(from);
     std::optional<RuntimeError> refusal;
     for (const std::u16string& statement :
-         {u"SELECT " + rest + u" LIMIT " + count, u"SELECT TOP " + count + u" " + rest,
-          u"SELECT " + rest + u" FETCH FIRST " + count + u" ROWS ONLY"}) {
+         {joined({u"SELECT ", rest, u" LIMIT ", count}), joined({u"SELECT TOP ", count, u" ", rest}),
+          joined({u"SELECT ", rest, u" FETCH FIRST ", count, u" ROWS ONLY"})}) {
         try {
             return rowsOf(connection, statement, columnCount);
         } catch (const RuntimeError& error) {

@@ -239,9 +239,17 @@ bool checkValues(const Settings& settings, Kind kind, Report& report)
     return opens;
 }
 
+std::u16string joined(std::initializer_list<std::u16string_view> pieces)
+{
+    std::u16string whole;
+    for (const std::u16string_view piece : pieces)
+        whole.append(piece);
+    return whole;
+}
+
 std::u16string inQuotes(std::u16string_view text)
 {
-    return std::u16string(u"\"").append(text).append(u"\"");
+    return joined({u"\"", text, u"\""});
 }
 
 std::u16string decimal(std::size_t number)

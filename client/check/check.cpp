@@ -141,7 +141,7 @@ private:
                 report_.fact({name, opens ? u"yes" : u"NO", why});
                 if (!opens)
                     report_.finding({os::pathText(componentName())},
-                                    u"It does not open the kind " + name + u": " + why,
+                                    joined({u"It does not open the kind ", name, u": ", why}),
                                     u"See what it recorded; docs/administration.md has the numbers.");
             } catch (const std::exception& error) {
                 report_.finding({os::pathText(componentName())}, text::fromUtf8(error.what()),
