@@ -174,11 +174,9 @@ std::optional<Exchange::Request> Exchange::take(const std::string& client)
                     .file = own_ / (client + '-' + std::to_string(number)),
                     .taken = Clock::now(),
                     .asker = askerOf(client)};
-    std::error_code failed;
     // The client's next request is a new file then, even while this one is being answered; and a client that
     // still writes goes on writing into the file that was moved.
-    fs::rename(there, request.file, failed);
-    if (failed) {
+    if (const std::error_code failed = program::rename(there, request.file)) {
         if (!isThere(there) || program::isInUse(failed))
             return std::nullopt;
         throw std::system_error(failed, program::utf8Of(there));
@@ -228,12 +226,17 @@ Exchange::Placed Exchange::place(const Request& request, std::string_view line,
         placed = Placed::gone;
     else if (std::max<Clock::duration>(byFiles, before - request.taken) > wait - margin)
         placed = Placed::tooLate;
-    if (placed != Placed::answered) {
+    const fs::path answer = fileOf(request.client, answerExtension);
+    const std::error_code failed =
+        placed == Placed::answered ? program::rename(aside, answer) : std::error_code();
+    if (failed || placed != Placed::answered) {
         std::error_code ignored;
         fs::remove(aside, ignored);
-        return placed;
     }
-    fs::rename(aside, fileOf(request.client, answerExtension));
+    if (failed)
+        throw std::system_error(failed, program::utf8Of(answer));
+    if (placed != Placed::answered)
+        return placed;
     if (Clock::now() - before <= margin)
         return Placed::answered;
     removeAnswer(request.client); // it took too long to put it there

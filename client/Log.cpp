@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 #include <iostream>
 
@@ -31,8 +32,14 @@ std::string timeOfDay()
     static std::mutex converting; // which has one place for its result
     const std::lock_guard lock(converting);
     const std::time_t now = std::time(nullptr);
-    char text[32];
-    return {text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S%z", std::localtime(&now))};
+    std::tm utc = *std::gmtime(&now);
+    const std::tm local = *std::localtime(&now);
+    utc.tm_isdst = local.tm_isdst;
+    // Not by strftime, which writes the zone's name on Windows.
+    const int offset = static_cast<int>(std::difftime(now, std::mktime(&utc))) / 60;
+    char text[32], zone[16];
+    std::snprintf(zone, sizeof zone, "%+03d%02d", offset / 60, std::abs(offset % 60));
+    return std::string(text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &local)) + zone;
 }
 
 std::string printable(std::string_view utf8)

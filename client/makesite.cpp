@@ -12,6 +12,7 @@
 #include "SampleNetwork.h"
 #include "Site.h"
 #include "platform/program/Paths.h"
+#include "platform/program/Program.h"
 #include "platform/runtime/Clock.h"
 #include "platform/runtime/OsFile.h"
 #include "platform/runtime/Text.h"
@@ -109,7 +110,8 @@ private:
         try {
             write(aside);
             fs::permissions(aside, permissions);
-            fs::rename(aside, file);
+            if (const std::error_code failed = program::rename(aside, file))
+                throw std::system_error(failed, program::utf8Of(file));
         } catch (...) {
             std::error_code ignored;
             fs::remove(aside, ignored);

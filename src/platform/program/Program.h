@@ -30,7 +30,10 @@ void prepareStreams();
 // Throws std::system_error.
 std::filesystem::path makePrivateDirectory(const std::filesystem::path& parent, const std::string& prefix);
 
-// Whether a file could not be moved or removed because another program has it open, as Windows refuses it.
+// Renames a file, in the place of one that has the new name already.
+std::error_code rename(const std::filesystem::path& from, const std::filesystem::path& to) noexcept;
+
+// Whether that failed because another program has the file open, as Windows refuses it.
 bool isInUse(std::error_code error) noexcept;
 
 enum class Stream

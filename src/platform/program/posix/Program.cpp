@@ -73,6 +73,13 @@ std::filesystem::path makePrivateDirectory(const std::filesystem::path& parent, 
     return path;
 }
 
+std::error_code rename(const std::filesystem::path& from, const std::filesystem::path& to) noexcept
+{
+    std::error_code failed;
+    std::filesystem::rename(from, to, failed);
+    return failed;
+}
+
 bool isInUse(std::error_code) noexcept
 {
     return false;

@@ -63,6 +63,14 @@ std::filesystem::path makePrivateDirectory(const std::filesystem::path& parent, 
     }
 }
 
+// The C++ library's own tells every failure but one as an I/O error.
+std::error_code rename(const std::filesystem::path& from, const std::filesystem::path& to) noexcept
+{
+    if (MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING))
+        return {};
+    return {static_cast<int>(GetLastError()), std::system_category()};
+}
+
 bool isInUse(std::error_code error) noexcept
 {
     return error == std::error_code(ERROR_SHARING_VIOLATION, std::system_category()) ||
