@@ -48,6 +48,8 @@ bool checkSettingsFile(const SiteFile& file, bool isNeeded, Report& report);
 bool checkParametersFile(const SiteFile& file, bool isNeeded, Report& report);
 // Whether the site's component can be loaded.
 bool checkComponent(const Site& site, Report& report);
+// Which helper components are registered ones.
+void checkHelpers(Report& report);
 // Who else may change the site.
 void checkSiteDirectory(const Site& site, Report& report);
 

@@ -28,6 +28,7 @@ public:
     Report run()
     {
         files();
+        checkHelpers(report_);
         if (settings_)
             checkSettingsLines(*settings_, report_);
         for (const Kind kind : {Kind::database, Kind::gateway, Kind::host})

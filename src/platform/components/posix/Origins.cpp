@@ -1,0 +1,10 @@
+#include "platform/components/Origins.h"
+
+namespace vqloan {
+
+std::vector<Origin> componentOrigins()
+{
+    return {};
+}
+
+} // namespace vqloan
