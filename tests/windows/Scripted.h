@@ -106,12 +106,30 @@ public:
 
     HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown*, REFIID iid, void** object) override
     {
-        return make_()->QueryInterface(iid, object);
+        const auto made = make_();
+        return made ? made->QueryInterface(iid, object) : E_FAIL;
     }
     HRESULT STDMETHODCALLTYPE LockServer(BOOL) override { return S_OK; }
 
 private:
     Make make_;
+};
+
+// In the place of a registered class, for this thread.
+class ClassObject
+{
+public:
+    ClassObject(REFCLSID clsid, Factory::Make make)
+    {
+        const auto factory = ComPtr<Factory>::adopt(new Factory(std::move(make)));
+        CoRegisterClassObject(clsid, factory.get(), CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &registration_);
+    }
+    ~ClassObject() { CoRevokeClassObject(registration_); }
+    ClassObject(const ClassObject&) = delete;
+    ClassObject& operator=(const ClassObject&) = delete;
+
+private:
+    DWORD registration_ = 0;
 };
 
 inline Variant variantOf(const ComPtr<IDispatch>& object)

@@ -14,7 +14,6 @@ End Sub
 WScript.Echo TypeName(server) & " " & server.DBType & " [" & server.BibPosse & "] " & server.ErrNumber
 Report "7000", "00" & vbTab & vbTab & "1"
 Report "SQL", "01" & vbTab & vbTab & "1"
-Report "SQL2", "01" & vbTab & "A 1" & vbTab & "FREE"
 server.BibPosse = "xy"
 server.ShutDown
 WScript.Echo server.DBType & " " & server.bibposse & " " & (server.ZObj Is Nothing)

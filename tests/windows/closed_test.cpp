@@ -4,8 +4,9 @@
 
 #include <thread>
 
-#include "Scripted.h"
+#include "Adodb.h"
 #include "Site.h"
+#include "platform/components/Origins.h"
 #include "platform/runtime/windows/LateBound.h"
 
 namespace vqloan::test {
@@ -54,7 +55,8 @@ Scripted::Members dbTools()
             held->Release();
     });
     const auto value = [](auto& a) {
-        return LateBound(ComPtr<IDispatch>(*a.at(0)->ppdispVal)).get(L"Value");
+        Variant held = LateBound(ComPtr<IDispatch>(*a.at(0)->ppdispVal)).get(L"Value");
+        return held.get().vt == VT_NULL ? Variant(u"") : held;
     };
     return {{L"FieldValue", value}, {L"CloseRecordset", release}, {L"CloseConn", release}};
 }
@@ -64,23 +66,35 @@ template <class Body> void whereRegistered(std::string& journal, Body body)
 {
     std::thread([&] {
         CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-        const std::pair<CLSID, Scripted::Members> classes[] = {
-            {sysToolsClass, sysTools()},
-            {iniFileClass, {{L"SetFile", doing([](auto&) {})}}},
-            {dbToolsClass, dbTools()}};
-        std::vector<DWORD> registrations;
-        for (const auto& [clsid, members] : classes) {
-            const auto factory = ComPtr<Factory>::adopt(new Factory(
-                [&journal, members = members] { return Scripted::object(noting(journal, "", members)); }));
-            EXPECT_EQ(CoRegisterClassObject(clsid, factory.get(), CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE,
-                                            &registrations.emplace_back()),
-                      S_OK);
+        {
+            const auto made = [&journal](Scripted::Members members) {
+                return [&journal, members] { return Scripted::object(noting(journal, "", members)); };
+            };
+            const Adodb ado;
+            const ClassObject tools(sysToolsClass, made(sysTools())),
+                iniFile(iniFileClass, made({{L"SetFile", doing([](auto&) {})}})),
+                database(dbToolsClass, made(dbTools()));
+            body();
         }
-        body();
-        for (const DWORD registration : registrations)
-            CoRevokeClassObject(registration);
         CoUninitialize();
     }).join();
+}
+
+std::string origins()
+{
+    std::string all;
+    for (const Origin& origin : componentOrigins())
+        all += text::toUtf8(origin.component) + (origin.isRegistered ? " registered " : " built in ") +
+               text::toUtf8(origin.failure) + "|";
+    return all;
+}
+
+TEST(Closed, WhichComponentsAreUsedIsKnown)
+{
+    EXPECT_EQ(origins(), "SysTools built in |IniFile built in |DbTools built in |");
+    const ClassObject broken(dbToolsClass, [] { return ComPtr<IDispatch>(); });
+    EXPECT_EQ(origins(), "SysTools built in |IniFile built in |"
+                         "DbTools registered ActiveX component can't create object|");
 }
 
 TEST(Closed, ComponentsAreCalledByNameWhereTheyAreRegistered)
@@ -89,6 +103,7 @@ TEST(Closed, ComponentsAreCalledByNameWhereTheyAreRegistered)
     const auto calls = [&] { return std::exchange(journal, std::string()); };
     Site site;
     whereRegistered(journal, [&] {
+        EXPECT_EQ(origins(), "SysTools registered |IniFile registered |DbTools registered |");
         const std::string directory = site.directory.path().string();
         Client desk = site.client();
         EXPECT_FALSE(desk.open("SQL"));
@@ -109,7 +124,7 @@ TEST(Closed, ComponentsAreCalledByNameWhereTheyAreRegistered)
             << opening;
         EXPECT_TRUE(opening.ends_with("CloseRecordset &object\n")) << opening;
 
-        EXPECT_EQ(desk.ask("01||00FREE"), "Inv. 00FREE|Civica|Inv. 00FREE||||\n");
+        EXPECT_EQ(desk.ask("01||00FREE"), "Inv. 00FREE|Civica|Inv. 00FREE||29-02-2024|||\n");
         desk.object->ShutDown();
         EXPECT_TRUE(calls().ends_with("CloseConn &object\n"));
         EXPECT_EQ(desk.ask("01||00FREE"), "Inv. 00FREE|01|Inv. 00FREE||\n") << "the reference is gone";
