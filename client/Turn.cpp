@@ -64,8 +64,8 @@ Turn::Turn(const Site& site, site::Kind kind, std::chrono::seconds limit)
     const auto deadline = std::chrono::steady_clock::now() + limit;
     while (!(lock_ = tryTake(lock)) && fs::exists(lock, ignored)) {
         if (std::chrono::steady_clock::now() > deadline)
-            throw std::runtime_error("another client asks with the number of " + program::utf8Of(request) + ": " +
-                                     printable(program::FileLock::holder(lock)));
+            throw std::runtime_error("another client asks with the number of " + program::utf8Of(request) +
+                                     ": " + printable(program::FileLock::holder(lock)));
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
     if (!lock_)
