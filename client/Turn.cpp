@@ -72,7 +72,8 @@ Turn::Turn(const Site& site, site::Kind kind, std::chrono::seconds limit)
         return;
     if (fs::is_regular_file(fs::symlink_status(answer, ignored)))
         fs::remove(answer, ignored);
-    program::removeWhenEnded({request, answer, lock});
+    files_ = {request, answer, lock};
+    program::removeWhenEnded(files_);
 }
 
 } // namespace vqloan::client

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <filesystem>
 #include <optional>
+#include <vector>
 
 #include "Site.h"
 #include "platform/program/FileLock.h"
@@ -23,8 +24,12 @@ public:
     // in it, which fails each question anyway, this does nothing.
     Turn(const Site& site, site::Kind kind, std::chrono::seconds limit);
 
+    // Those that are to go, for a program that ends without ending its turn.
+    const std::vector<std::filesystem::path>& files() const noexcept { return files_; }
+
 private:
     std::optional<program::FileLock> lock_;
+    std::vector<std::filesystem::path> files_;
 };
 
 } // namespace vqloan::client

@@ -164,8 +164,8 @@ CLI::App* addServe(CLI::App& program, HttpOptions& options)
     add("--limit", options.limit, "How long the answer to a request may take (30)", "S")
         ->check(CLI::Range(1, longestTime).description(""));
     add("--services", options.services, "File with the site's own table of situations", "FILE");
-    add("--id-prefix", options.idPrefix, "What stands before LIBRARY:INVENTORY in identifiers", "TEXT");
-    add("--base-uri", options.baseUri, "What stands before it in the URIs of answers (urn:vqloan:)", "URI");
+    add("--id-prefix", options.idPrefix, "Text before LIBRARY:INVENTORY in identifiers", "TEXT");
+    add("--base-uri", options.baseUri, "Text before it in URIs (urn:vqloan:)", "URI");
     add("--institution", options.institution, "Name to tell with DAIA answers", "TEXT");
     add("--language", options.language, "Of the site's texts (it)", "CODE");
     command->add_flag("-q,--quiet", options.quiet, "No line for each request on standard output");

@@ -18,6 +18,11 @@ _vqloan()
         mapfile -t COMPREPLY < <(compgen -d -- "$current")
         return
         ;;
+    --services)
+        compopt -o filenames
+        mapfile -t COMPREPLY < <(compgen -f -- "$current")
+        return
+        ;;
     esac
     if [ "$COMP_CWORD" = 1 ]; then
         mapfile -t COMPREPLY < <(compgen -W "$("${COMP_WORDS[0]}" --help 2>/dev/null | _vqloan_words '^Subcommands')" -- "$current")

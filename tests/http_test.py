@@ -1,17 +1,21 @@
 #!/usr/bin/env python3
 """`vqloan serve` over real sockets: http_test.py BIN_DIRECTORY."""
+import collections
 import contextlib
 import http.client
 import json
+import pathlib
 import re
+import select
 import signal
+import shutil
 import socket
+import sqlite3
 import subprocess
-import threading
 import time
 import unittest
 
-from client_test import ROOT, VQLOAN, Site, await_true, execute, run
+from client_test import BIN, ROOT, VQLOAN, Site, await_true, blocks_of, run
 
 APPROVAL = "http://purl.org/ontology/dso#ApprovalRequired"
 
@@ -26,6 +30,8 @@ class Http(Site):
         self.port = int(re.search(rb"Serving on http://127\.0\.0\.1:(\d+)", self.said("access.log"))[1])
 
     def stop(self):
+        if self.server.poll() is not None:
+            return 0
         self.server.send_signal(signal.SIGTERM)
         begun = time.monotonic()
         self.assertEqual(self.server.wait(20), 0, self.said("server.log"))
@@ -46,10 +52,10 @@ class Http(Site):
         return response.status, dict(response.getheaders()), response.read().decode()
 
     def ask_raw(self, request, method="GET"):
-        connection = self.connect()
-        with contextlib.suppress(ConnectionError):
-            connection.sendall(request)
-        return self.answer(connection, method)
+        with self.connect() as connection:
+            with contextlib.suppress(ConnectionError):
+                connection.sendall(request)
+            return self.answer(connection, method)
 
     def get(self, target, method="GET", body=b""):
         length = f"Content-Length: {len(body)}\r\n" if body else ""
@@ -180,6 +186,214 @@ class Availability(Http):
         for method, target, expected in (("GET", "/../etc/passwd", 404), ("GET", "/page.html", 404), ("POST", "/", 405),
                                          ("GET", "/health", 200), ("BREW", "/daia", 405)):
             self.assertEqual(self.get(target, method)[0], expected, target)
+
+
+class BackEnds(Http):
+    QUESTION = "/daia?format=json&id=01:KA000002"
+
+    @contextlib.contextmanager
+    def locked(self):
+        with contextlib.closing(sqlite3.connect(self.site / "library.db")) as writer:
+            writer.execute("BEGIN EXCLUSIVE")
+            yield
+
+    def refused(self, target, status, error, reason):
+        said, _, body = self.get(target)
+        self.assertEqual((said, json.loads(body)["error"]), (status, error))
+        self.assertRegex(json.loads(body)["error_description"], reason)
+
+    def figure(self, name):
+        return float(re.search("^" + re.escape(name) + r" (\S+)$", self.get("/metrics")[2], re.M)[1])
+
+    def test_one_that_goes_and_comes_back(self):
+        self.start()
+        self.assertEqual(self.get("/health")[2], '{"status":"ok"}\n')
+        (self.site / "library.db").rename(self.site / "away.db")
+        self.refused(self.QUESTION, 502, "bad_gateway", "replaced or deleted")
+        time.sleep(1)  # what was found of the health before counts so long
+        status, _, body = self.get("/health")
+        self.assertEqual((status, json.loads(body)["status"]), (503, "failing"))
+        row = json.loads(self.get("/availability?library=01&inventory=KA000002")[2])
+        self.assertEqual((row["outcome"], row["failure"]["number"] != 0), ("failure", True))
+        shutil.copy(self.site / "away.db", self.site / "new.db")
+        (self.site / "new.db").rename(self.site / "library.db")
+        await_true(lambda: self.get(self.QUESTION)[0] == 200, "the database")
+        await_true(lambda: self.get("/health")[0] == 200, "health")
+        self.assertGreaterEqual(self.figure("vqloan_back_end_opened_total"), 1)
+        self.assertGreaterEqual(self.figure('vqloan_questions_total{outcome="failure"}'), 2)
+        self.assertIn(b"replaced or deleted", self.said("server.log"))
+
+    def test_one_that_is_late_and_too_many_questions(self):
+        self.start("--limit=2")
+        with self.locked():
+            self.refused(self.QUESTION, 504, "gateway_timeout", "not answered in time")
+            lines = self.get("/availability", "POST", b"01\t\tKA000002\n" * 2000)[2].splitlines()
+            self.assertEqual([(row["outcome"], row["availability"]) for row in map(json.loads, lines)],
+                             [("failure", "not answered in the time that a request has")] * 2000)
+        self.assertEqual(self.get(self.QUESTION)[0], 200)
+        with self.locked():
+            waiting = [self.connect() for _ in range(500)]
+            for connection in waiting:
+                connection.sendall(f"GET {self.QUESTION} HTTP/1.1\r\nHost: x\r\n\r\n".encode())
+            time.sleep(0.5)
+            self.assertEqual(self.get("/metrics")[0], 200)  # has a place of its own
+        outcomes = [self.answer(connection)[:2] for connection in waiting]
+        statuses = collections.Counter(status for status, _ in outcomes)
+        self.assertEqual(sorted(statuses), [200, 503], statuses)
+        self.assertGreaterEqual(statuses[200], 256)
+        self.assertEqual({headers["Retry-After"] for status, headers in outcomes if status == 503}, {"1"})
+        self.assertEqual(self.figure("vqloan_refused_total"), statuses[503])
+
+    def test_it_ends_while_the_back_end_is_asked(self):
+        self.start()
+        with self.locked():
+            asking = self.connect()
+            asking.sendall(f"GET {self.QUESTION} HTTP/1.1\r\nHost: x\r\n\r\n".encode())
+            time.sleep(0.2)
+            self.assertLess(self.stop(), 5)
+        self.start("--client-numbers=11,12", kind="SQL")
+        asking = self.connect()
+        asking.sendall(f"GET {self.QUESTION} HTTP/1.1\r\nHost: x\r\n\r\n".encode())
+        await_true(lambda: list(self.site.glob("gateway/*.CL1")), "the question")
+        self.assertLess(self.stop(), 5)
+        self.assertEqual(list(self.site.glob("gateway/*")), [])
+
+    def test_exchanges(self):
+        for kind, arguments, message in (("SQL", ["--workers=2"], b"client number"), ("SQL", ["--client-numbers=7,07"], b"twice"),
+                                         ("7000", ["--client-numbers=123"], b"no client number"),
+                                         ("SQL2", ["--listen=nowhere"], b"HOST:PORT")):
+            self.assertIn(message, run("serve", "--kind", kind, "--site", self.site, *arguments, status=2).stderr)
+        self.edit("SvrDisp.ini", b"\nTIMEOUT=5", b"\nTIMEOUT=1")
+        self.start("--client-numbers=11,12", kind="SQL")
+        self.refused(self.QUESTION, 504, "gateway_timeout", "Nessuna risposta dal server: riprovare più tardi")
+        self.serve("gateway", "--site", self.site, "--delay=200")
+        begun = time.monotonic()
+        request = b"01\t\tKA000002\n" * 6
+        body = self.get("/availability", "POST", request)[2]
+        self.assertEqual([json.loads(line)["status"] for line in body.splitlines()], ["on_loan"] * 6)
+        self.assertLess(time.monotonic() - begun, 1.1)  # two at once
+        _, headers, body = self.get("/daia?format=json&id=" + "|".join(f"99:{i}" for i in range(26)))
+        self.assertEqual((len(json.loads(body)["document"]), headers["Link"]), (25, '<?id=99:25&format=json>; rel="next"'))
+
+    def test_a_host(self):
+        self.serve("host", "--site", self.site, self.site / "host.txt")
+        (self.scratch / "services").write_text("# of this site\n\nunknown ask - no # a word each\n")
+        for arguments, unknown in (((), {}), (("--services", self.scratch / "services"), {
+                "presentation": ("available", {"limitation": [{"id": APPROVAL, "content": "IN PRESTITO"}]}),
+                "interloan": ("unavailable", {})})):
+            self.start(*arguments, kind="7000")
+            said, skipped = (document["item"][0] for document in self.daia("01:KA000002|07:KA000001")["document"])
+            self.assertEqual((said["about"], self.services(said)), ("IN PRESTITO", unknown))
+            self.assertRegex(skipped["about"], "^Disponibilità non verificabile")
+            self.assertEqual(self.services(skipped), {})
+            self.assertEqual(self.get("/health")[0], 200)
+            self.stop()
+        for text, message in (("available yes yes yes\non_laon no no no", b"line 2: no such situation: on_laon"),
+                              ("on_loan no no", b"line 1: expected are"), ("on_loan no no perhaps", b"no such word: perhaps")):
+            (self.scratch / "services").write_text(text)
+            said = run("serve", "--kind=SQL2", "--site", self.site, "--services", self.scratch / "services", status=2)
+            self.assertIn(message, said.stderr)
+
+    def test_access_log_and_figures(self):
+        self.start()
+        self.get("/daia?format=json&id=01:%1B\"\x1b")
+        connection = self.connect()
+        connection.sendall(b"GET /a\" HTTP/1.1\r\nHost: x\r\n\r\n" * 2)  # the second before the first is answered
+        self.assertEqual([self.answer(connection)[0] for _ in range(2)], [404, 404])
+        self.assertEqual(self.daia("01:KA000002|02:KA000003")["document"][1]["requested"], "02:KA000003")
+        lines = self.said("access.log").decode().splitlines()[1:]
+        form = r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d[+-]\d{4} 127\.0\.0\.1 \"(\S+ \S+)\" (\d+) \d+ \d+\.\d{4}"
+        self.assertEqual([re.fullmatch(form, line).groups() for line in lines],
+                         [("- -", "400"), ("GET /a\\x22", "404"), ("GET /a\\x22", "404"),
+                          ("GET /daia?format=json&id=01:KA000002|02:KA000003", "200")])
+        self.assertEqual([self.figure(name) for name in (
+            'vqloan_questions_total{outcome="answer"}', 'vqloan_requests_total{status="2xx"}', 'vqloan_requests_total{status="4xx"}',
+            "vqloan_refused_total", 'vqloan_block_seconds_bucket{le="+Inf"}', "vqloan_block_seconds_count")], [2, 2, 2, 1, 1, 1])
+
+
+class Hostile(Http):
+    def memory(self):
+        """The most that it has had, in MiB."""
+        return int(re.search(r"VmHWM:\s+(\d+) kB", pathlib.Path(f"/proc/{self.server.pid}/status").read_text())[1]) / 1024
+
+    def test_requests_that_are_none(self):
+        self.start()
+        head = b"POST /availability HTTP/1.1\r\nHost: x\r\n"
+        for request, status in (
+                (b"\x16\x03\x01\x02\r\n\r\n", 400), (b"GET / HTTP/2.0\r\n\r\n", 505), (b"GET / HTTP/1.1\r\n\r\n", 400),
+                (b"GET  / HTTP/1.1\r\nHost: x\r\n\r\n", 400), (b"GET http://x/ HTTP/1.1\r\nHost: x\r\n\r\n", 400),
+                (b"GET /\x00 HTTP/1.1\r\nHost: x\r\n\r\n", 400), (b"GET / HTTP/1.1\r\nHost : x\r\n\r\n", 400),
+                (b"GET / HTTP/1.1\r\n Host: x\r\n\r\n", 400), (b"GET /?" + b"x" * 9000 + b" HTTP/1.1\r\nHost: x\r\n\r\n", 414),
+                (b"GET / HTTP/1.1\r\nHost: x\r\nX: " + b"x" * 20000, 431),
+                (head + b"Content-Length: 1048577\r\n\r\n", 413), (head + b"Content-Length: 99999999999999999999\r\n\r\n", 413),
+                (head + b"Content-Length: -1\r\n\r\n", 400), (head + b"Content-Length: 1\r\nContent-Length: 2\r\n\r\n", 400),
+                (head + b"Transfer-Encoding: chunked\r\n\r\n0\r\n\r\n", 411), (head + b"Content-Encoding: gzip\r\n\r\n", 415),
+                (head + b"Content-Length: 3000000\r\n\r\n" + b"x" * 3000000, 413)):
+            with self.subTest(request=request[:60]):
+                said, _, body = self.ask_raw(request)
+                self.assertEqual((said, json.loads(body)["code"]), (status, status))
+        # What the library would do by itself.
+        plain = self.get("/health")[2]
+        for header in ("Range: bytes=0-3", "Accept-Encoding: gzip, br", "Content-Type: multipart/form-data; boundary=x"):
+            said = self.ask_raw(f"GET /health HTTP/1.1\r\nHost: x\r\n{header}\r\n\r\n".encode())
+            self.assertEqual((said[0], said[2]), (200, plain), header)
+        connection = self.connect()
+        connection.sendall(head + b"Expect: 100-continue\r\nContent-Length: 13\r\n\r\n")
+        self.assertEqual(connection.recv(100), b"HTTP/1.1 100 Continue\r\n\r\n")
+        connection.sendall(b"01\t\tKA000002\t")
+        self.assertEqual(self.answer(connection)[0], 200)
+
+    def test_many_and_slow(self):
+        """Halves of requests, of heads and of bodies, from 500 connections at once: somebody else is served all the time."""
+        self.start("--quiet")
+        halves = [b"", b"GET /daia", b"POST /availability HTTP/1.1\r\nHost: x\r\nContent-Length: 1000000\r\n\r\n" + b"x" * 400000]
+        for attempt in range(3):
+            connections = [self.connect() for _ in range(500)]
+            for i, connection in enumerate(connections):
+                connection.setblocking(False)
+                with contextlib.suppress(BlockingIOError, ConnectionError):
+                    connection.send(halves[i % 3])
+            self.assertEqual(self.get("/daia?format=json&id=01:KA000002")[0], 200)
+            for connection in connections:
+                connection.close()
+            await_true(lambda: " 0\n" in re.search(r"vqloan_connections \d+\n", self.get("/metrics")[2])[0], "their end")
+            if attempt == 0:
+                first = self.memory()
+        self.assertLess(self.memory(), first + 20)
+        self.assertLess(self.memory(), 150)
+        slow = self.connect()
+        begun = time.monotonic()
+        for byte in b"GET / HTTP/1.1\r\nX: " + b"x" * 1000:
+            with contextlib.suppress(ConnectionError):
+                slow.send(bytes([byte]))
+            if select.select([slow], [], [], 0.1)[0]:
+                break
+        self.assertEqual(self.answer(slow)[0], 408)
+        self.assertLess(time.monotonic() - begun, 12)
+        # One that does not take its answer holds nobody up, and is left.
+        deaf = self.connect()
+        deaf.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 4096)
+        body = b"01\t\tKA000002\n" * 32000
+        deaf.sendall(b"POST /availability HTTP/1.1\r\nHost: x\r\nContent-Length: %d\r\n\r\n" % len(body) + body)
+        self.assertEqual(self.get("/daia?format=json&id=01:KA000002")[0], 200)
+
+
+class Guide(Http):
+    def test_the_commands_and_the_table(self):
+        guide = (ROOT / "docs/http.md").read_text()
+        (self.scratch / "services").write_text(re.search(r"^```\n(# situation.*?)^```", guide, re.M | re.S)[1])
+        self.start()
+        ids = "%7C".join(f"{row['request']['library']}:{row['request']['inventory']}" for row in self.rows("SQL2"))
+        said = self.daia(ids)["document"]
+        with socket.create_server(("127.0.0.1", 0)) as free:
+            port = str(free.getsockname()[1])
+        script = "".join(blocks_of(ROOT / "docs/http.md")).replace("~/vqloan &", f"~/vqloan --listen 127.0.0.1:{port} &")
+        script = script.replace("8080", port).replace("build/bin", str(BIN)).replace("~/", f"{self.scratch}/")
+        done = subprocess.run(["bash", "-c", script + "\nkill $!"], cwd=ROOT, capture_output=True, text=True, timeout=60)
+        self.assertIn('"requested":"01:KA000002"', done.stdout, done.stderr)
+        self.stop()
+        self.start("--services", self.scratch / "services")
+        self.assertEqual(self.daia(ids)["document"], said)
 
 
 if __name__ == "__main__":

@@ -1,6 +1,8 @@
 #include "http/Workers.h"
 
 #include <algorithm>
+#include <iterator>
+#include <system_error>
 
 #include "Asker.h"
 #include "Turn.h"
@@ -58,7 +60,10 @@ public:
     Worker(const Site& site, Workers& workers)
         : site_(site), workers_(workers), turn_(site, workers.kind_, turnLimit),
           generation_(workers.generation_), asker_(std::make_unique<Asker>(site, workers.kind_))
-    {}
+    {
+        const std::lock_guard lock(workers.mutex_);
+        std::ranges::copy(turn_.files(), std::back_inserter(workers.files_));
+    }
 
     std::size_t mostAtOnce() const noexcept { return asker_->mostAtOnce(); }
 
@@ -160,6 +165,14 @@ bool Workers::finish(std::chrono::milliseconds limit)
     ending_ = true;
     added_.notify_all();
     return ended_.wait_for(lock, limit, [this] { return working_ == 0; });
+}
+
+void Workers::abandon() noexcept
+{
+    const std::lock_guard lock(mutex_);
+    std::error_code ignored;
+    for (const std::filesystem::path& file : files_)
+        std::filesystem::remove(file, ignored);
 }
 
 std::shared_ptr<Block> Workers::next()

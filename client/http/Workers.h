@@ -4,6 +4,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <deque>
+#include <filesystem>
 #include <future>
 #include <memory>
 #include <mutex>
@@ -62,6 +63,8 @@ public:
     void reload() noexcept { ++generation_; }
     // False when a worker is still being answered at the end of `limit`.
     bool finish(std::chrono::milliseconds limit);
+    // Before the program ends while workers are still being answered: no request and no lock of theirs stays.
+    void abandon() noexcept;
 
 private:
     class Worker;
@@ -75,6 +78,7 @@ private:
     std::mutex mutex_;
     std::condition_variable added_, ended_;
     std::deque<std::shared_ptr<Block>> blocks_;
+    std::vector<std::filesystem::path> files_; // of the workers' turns
     std::size_t working_ = 0;
     bool ending_ = false;
     std::atomic<std::size_t> generation_ = 0, mostAtOnce_ = 1;

@@ -156,6 +156,7 @@ private:
         if (isFinished)
             return;
         log_.warning("ended while the back end was still being asked");
+        workers_.abandon();
         numbers_.remove();
         program::endNow(allWell);
     }

@@ -27,17 +27,10 @@ struct CanRow
 {
     std::string_view word; // in a site's table
     Can can;
-    std::string_view meaning;
 };
 
-inline constexpr CanRow canWords[] = {
-    {"-", Can::unsaid, "nothing is said of it"},
-    {"yes", Can::yes, "it can be had"},
-    {"ask", Can::ask, "it can be had after approval"},
-    {"later", Can::later, "it cannot be had, but comes back at some time"},
-    {"kept", Can::kept, "it cannot be had, for the reason that the text gives"},
-    {"no", Can::no, "it cannot be had, and nobody knows whether it comes back"},
-};
+inline constexpr CanRow canWords[] = {{"-", Can::unsaid},    {"yes", Can::yes},   {"ask", Can::ask},
+                                      {"later", Can::later}, {"kept", Can::kept}, {"no", Can::no}};
 
 struct SituationRow
 {
