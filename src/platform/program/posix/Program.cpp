@@ -9,6 +9,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <deque>
 #include <stdexcept>
 #include <string>
 #include <system_error>
@@ -40,7 +41,9 @@ std::filesystem::path file()
 
 void removeWhenEnded(const std::vector<std::filesystem::path>& files)
 {
-    toRemove = new std::vector<std::string>(files.begin(), files.end());
+    // None is ever freed: a signal may have come while the former one was in force, or come at the very end.
+    static auto& lists = *new std::deque<std::vector<std::string>>;
+    toRemove = &lists.emplace_back(files.begin(), files.end());
     struct sigaction action = {};
     action.sa_handler = removeAndEnd;
     sigfillset(&action.sa_mask); // a second one waits until all is removed
