@@ -64,7 +64,7 @@ void Connections::end() noexcept
     watch_.wake();
 }
 
-void Connections::giveBack(std::unique_ptr<Connection> connection)
+void Connections::giveBack(std::shared_ptr<Connection> connection)
 {
     {
         const std::lock_guard lock(mutex_);
@@ -75,7 +75,7 @@ void Connections::giveBack(std::unique_ptr<Connection> connection)
 
 void Connections::takeBack()
 {
-    std::list<std::unique_ptr<Connection>> returned;
+    std::list<std::shared_ptr<Connection>> returned;
     {
         const std::lock_guard lock(mutex_);
         returned.swap(returned_);
@@ -95,7 +95,7 @@ void Connections::acceptAll()
     bool isFirst = true;
     while (auto socket = listener_.accept()) {
         isFirst = false;
-        connections_.push_back(std::make_unique<Connection>(*std::move(socket)));
+        connections_.push_back(std::make_shared<Connection>(*std::move(socket)));
         const Place place = std::prev(connections_.end());
         (*place)->deadline = Clock::now() + headLimit;
         if (connections_.size() <= mostConnections)
@@ -154,14 +154,13 @@ void Connections::advance(Place place)
 
 void Connections::hand(Place place)
 {
-    std::unique_ptr<Connection> connection = std::move(*place);
+    // What is handed on may be back at once, so that nothing of it is looked at any more.
+    const std::shared_ptr<Connection> connection = *place;
     Incoming incoming = connection->reader.take();
-    if (handler_(connection, incoming)) {
+    if (handler_(connection, std::move(incoming)))
         connections_.erase(place);
-        return;
-    }
-    *place = std::move(connection);
-    refuse(place, overloaded);
+    else
+        refuse(place, overloaded);
 }
 
 void Connections::refuse(Place place, const Refusal& refusal)

@@ -35,7 +35,7 @@ class Connections
 {
 public:
     // A whole request; the connection comes back with giveBack, or ends. False: there is no room for it.
-    using Handler = std::function<bool(std::unique_ptr<Connection>&, Incoming&)>;
+    using Handler = std::function<bool(const std::shared_ptr<Connection>&, Incoming)>;
 
     Connections(network::Listener& listener, AccessLog& log, Handler handler);
 
@@ -44,7 +44,7 @@ public:
     void end() noexcept;
 
     // From any thread: one whose request has been answered, for its next one.
-    void giveBack(std::unique_ptr<Connection> connection);
+    void giveBack(std::shared_ptr<Connection> connection);
     bool isEnding() const noexcept { return ending_; }
 
     struct Counts
@@ -54,7 +54,7 @@ public:
     const Counts& counts() const noexcept { return counts_; }
 
 private:
-    using Place = std::list<std::unique_ptr<Connection>>::iterator;
+    using Place = std::list<std::shared_ptr<Connection>>::iterator;
 
     void acceptAll();
     void takeBack();
@@ -70,10 +70,10 @@ private:
     AccessLog& log_;
     Handler handler_;
     network::Watch watch_;
-    std::list<std::unique_ptr<Connection>> connections_;
+    std::list<std::shared_ptr<Connection>> connections_;
     Clock::time_point acceptAgain_;
     std::mutex mutex_;
-    std::list<std::unique_ptr<Connection>> returned_;
+    std::list<std::shared_ptr<Connection>> returned_;
     std::atomic<bool> ending_ = false;
     Counts counts_;
 };

@@ -13,8 +13,6 @@ namespace vqloan::client::http {
 
 namespace {
 
-using Object = nlohmann::ordered_json;
-
 constexpr const char* approvalRequired = "http://purl.org/ontology/dso#ApprovalRequired";
 constexpr std::string_view idSeparator = "|";
 // Of a kind that asks its lines one by one, so that the answer does not take too long; and of a database.
@@ -22,8 +20,8 @@ constexpr std::size_t mostSingly = 25, mostTogether = 1000;
 // No library has such.
 constexpr std::size_t longestIdentifier = 200;
 
-const std::vector<std::pair<std::string, std::string>> always = {
-    {"X-DAIA-Version", "1.0.0"}, {"Access-Control-Allow-Origin", "*"}, {"X-Content-Type-Options", "nosniff"}};
+const std::vector<std::pair<std::string, std::string>> always = {{"X-DAIA-Version", "1.0.0"},
+                                                                 {"Access-Control-Allow-Origin", "*"}};
 const char* const methods = "GET, HEAD, OPTIONS";
 
 bool isUnreserved(char c) noexcept
@@ -96,20 +94,32 @@ void check(const Request& request)
         throw Refusal{422, "the parameter format=json is missing"};
 }
 
-Object entry(std::string_view service, site::Can can, const std::string& text)
+// A JSON text. Almost every one is plain, and is taken as it is. `isScript`: without the line ends that JSON
+// allows and a script's text must not have.
+std::string quoted(const std::string& text, bool isScript)
 {
-    Object object{{"service", service}};
-    Object limitation;
-    if (can == site::Can::ask || can == site::Can::kept)
-        limitation["id"] = approvalRequired;
+    const auto isPlain = [isScript](char c) {
+        return static_cast<unsigned char>(c) >= 0x20 && c != '"' && c != '\\' && (!isScript || c > 0);
+    };
+    if (std::ranges::all_of(text, isPlain))
+        return '"' + text + '"';
+    return nlohmann::json(text).dump(-1, ' ', isScript);
+}
+
+// What is said of one service. The answers come by thousands a second, so that their texts are put together
+// without an object for each.
+std::string entry(std::string_view service, site::Can can, const std::string& quotedText)
+{
+    std::string all = "{\"service\":\"" + std::string(service) + '"';
     if (can == site::Can::later)
-        object["expected"] = "unknown";
-    if (!limitation.empty()) {
-        if (!text.empty())
-            limitation["content"] = text;
-        object["limitation"] = Object::array({std::move(limitation)});
+        all += ",\"expected\":\"unknown\"";
+    if (can == site::Can::ask || can == site::Can::kept) {
+        all.append(",\"limitation\":[{\"id\":\"").append(approvalRequired).append("\"");
+        if (quotedText.size() > 2)
+            all.append(",\"content\":").append(quotedText);
+        all += "}]";
     }
-    return object;
+    return all + '}';
 }
 
 bool canBeHad(site::Can can) noexcept
@@ -117,19 +127,26 @@ bool canBeHad(site::Can can) noexcept
     return can == site::Can::yes || can == site::Can::ask;
 }
 
-Object itemOf(const std::string& id, const Answer& answer, const Services::Says& says)
+std::string itemOf(const std::string& id, const Answer& answer, const Services::Says& says, bool isScript)
 {
-    const std::string text = text::toUtf8(answer.availability), library = text::toUtf8(answer.library);
-    Object item{{"id", id}};
-    if (!text.empty())
-        item["about"] = text;
-    if (!library.empty())
-        item["department"]["content"] = library;
-    for (std::size_t i = 0; i < says.size(); ++i)
+    const std::string text = quoted(text::toUtf8(answer.availability), isScript),
+                      library = quoted(text::toUtf8(answer.library), isScript);
+    std::string item = "{\"id\":" + quoted(id, isScript);
+    if (text.size() > 2)
+        item.append(",\"about\":").append(text);
+    if (library.size() > 2)
+        item.append(",\"department\":{\"content\":").append(library).append("}");
+    std::string available, unavailable;
+    for (std::size_t i = 0; i < says.size(); ++i) {
+        std::string& list = canBeHad(says[i]) ? available : unavailable;
         if (says[i] != site::Can::unsaid)
-            item[canBeHad(says[i]) ? "available" : "unavailable"].push_back(
-                entry(site::services[i], says[i], text));
-    return item;
+            list.append(list.empty() ? "" : ",").append(entry(site::services[i], says[i], text));
+    }
+    if (!available.empty())
+        item.append(",\"available\":[").append(available).append("]");
+    if (!unavailable.empty())
+        item.append(",\"unavailable\":[").append(unavailable).append("]");
+    return item + '}';
 }
 
 // Throws Refusal where one was not answered.
@@ -178,6 +195,7 @@ Response Daia::answer(const Request& request, Clock::time_point deadline) const
         // The comment keeps what a callback's name may begin from being taken for another kind of file.
         response.body = "/**/" + callback + '(' + response.body + ");";
         response.type = "application/javascript; charset=utf-8";
+        response.headers.emplace_back("X-Content-Type-Options", "nosniff");
     }
     if (request.has("suppress_response_codes"))
         response.status = 200;
@@ -249,20 +267,23 @@ std::optional<Daia::Copy> Daia::copyOf(const std::string& identifier) const
 std::string Daia::documentsText(const std::vector<Copy>& copies, const std::vector<Answer>& answers,
                                 bool isScript) const
 {
-    Object all{{"document", Object::array()}};
+    std::string all = "{\"document\":[";
     for (std::size_t i = 0; i < copies.size(); ++i) {
         const std::string id = options_.baseUri + copies[i].name;
-        Object document{{"id", id}, {"requested", copies[i].requested}};
+        all.append(i == 0 ? "" : ",").append("{\"id\":").append(quoted(id, isScript));
+        all.append(",\"requested\":").append(quoted(copies[i].requested, isScript));
         if (answers[i].status != site::statusOf(site::Message::notHeld))
-            document["item"] =
-                Object::array({itemOf(id + "/item", answers[i], services_.of(answers[i].status))});
-        all["document"].push_back(std::move(document));
+            all.append(",\"item\":[")
+                .append(itemOf(id + "/item", answers[i], services_.of(answers[i].status), isScript))
+                .append("]");
+        all += '}';
     }
+    all += ']';
     if (!options_.institution.empty())
-        all["institution"]["content"] = options_.institution;
-    all["timestamp"] = now();
-    // A script's text must not have the line ends that JSON allows.
-    return all.dump(-1, ' ', isScript);
+        all.append(",\"institution\":{\"content\":")
+            .append(quoted(options_.institution, isScript))
+            .append("}");
+    return all + ",\"timestamp\":\"" + now() + "\"}";
 }
 
 } // namespace vqloan::client::http

@@ -14,7 +14,9 @@ namespace {
 class ClientStream : public httplib::Stream
 {
 public:
-    ClientStream(network::Socket& socket, std::string_view head) : socket_(socket), head_(head) {}
+    ClientStream(network::Socket& socket, std::string_view head, std::atomic<bool>& isTaken)
+        : socket_(socket), head_(head), isTaken_(isTaken)
+    {}
 
     bool is_readable() const override { return !head_.empty(); }
     bool is_writable() const override { return isWhole_; }
@@ -27,12 +29,17 @@ public:
     }
     ssize_t write(const char* bytes, size_t size) override
     {
-        bytes_ += size;
         if (status_ == 0) {
+            if (isTaken_.exchange(true)) {
+                isWhole_ = false;
+                return -1;
+            }
+            bytes_ = size;
             status_ = std::atoi(bytes + std::min(size, sizeof "HTTP/1.1"));
             held_.assign(bytes, size);
             return static_cast<ssize_t>(size);
         }
+        bytes_ += size;
         if (!held_.empty()) {
             held_.append(bytes, size);
             return flush() ? static_cast<ssize_t>(size) : -1;
@@ -56,21 +63,26 @@ private:
 
     network::Socket& socket_;
     std::string_view head_;
+    std::atomic<bool>& isTaken_;
     std::string held_;
     bool isWhole_ = true;
     size_t bytes_ = 0;
     int status_ = 0;
 };
 
+// The library takes along what it finds in a head, and a client's headers have been taken out of it.
+constexpr const char* lateHeader = "Late: 1\r\n";
+
 Request requestOf(const httplib::Request& request)
 {
     return {.method = request.method,
             .path = request.path,
             .target = request.target,
-            .parameters = parametersOf(request.target), // the library drops one that comes twice
+            .parameters = parametersOf(request.target),
             .body = request.body,
             .peer = request.remote_addr,
-            .takesPieces = request.version == "HTTP/1.1"};
+            .takesPieces = request.version == "HTTP/1.1",
+            .isLate = request.has_header("Late")};
 }
 
 void give(Response response, bool inPieces, httplib::Response& out)
@@ -118,13 +130,17 @@ public:
         svr_sock_ = 0; // what the library takes for a server that has not been stopped
     }
 
-    Exchanged exchange(network::Socket& socket, const std::string& peer, Incoming incoming, bool last)
+    Exchanged exchange(network::Socket& socket, const std::string& peer, Incoming incoming, bool last,
+                       std::atomic<bool>& isTaken)
     {
-        ClientStream stream(socket, incoming.head);
+        if (incoming.isLate)
+            incoming.head.insert(incoming.head.size() - 2, lateHeader);
+        ClientStream stream(socket, incoming.head, isTaken);
         Exchanged done;
         const auto fill = [&](httplib::Request& request) {
             request.remote_addr = peer;
             request.body = std::move(incoming.body);
+            request.target = std::move(incoming.target);
             done.method = request.method;
             done.target = request.target;
         };
@@ -157,9 +173,9 @@ Engine::Engine(Answer answer) : library_(std::make_unique<Library>(std::move(ans
 Engine::~Engine() = default;
 
 Engine::Exchanged Engine::exchange(network::Socket& socket, const std::string& peer, Incoming incoming,
-                                   bool last)
+                                   bool last, std::atomic<bool>& isTaken)
 {
-    return library_->exchange(socket, peer, std::move(incoming), last);
+    return library_->exchange(socket, peer, std::move(incoming), last, isTaken);
 }
 
 } // namespace vqloan::client::http

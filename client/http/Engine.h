@@ -1,6 +1,7 @@
 // From a request's bytes to its answer's: the one place that knows the HTTP library.
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
 
@@ -26,8 +27,10 @@ public:
         std::size_t bytes = 0;
         bool whole = false; // the client has taken all of it
     };
-    // Answers one request; with `last` the client is told that the connection ends.
-    Exchanged exchange(network::Socket& socket, const std::string& peer, Incoming incoming, bool last);
+    // Answers one request; with `last` the client is told that the connection ends. When the answer is there
+    // and somebody else has set `isTaken`, nothing is sent and the status is 0; otherwise it is set then.
+    Exchanged exchange(network::Socket& socket, const std::string& peer, Incoming incoming, bool last,
+                       std::atomic<bool>& isTaken);
 
 private:
     class Library;

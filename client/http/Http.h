@@ -28,6 +28,7 @@ struct Request
     std::string body;
     std::string peer;
     bool takesPieces = true; // of an answer whose length is not known: HTTP/1.1 does
+    bool isLate = false;     // its time has passed: no back end is waited for
 
     bool has(const std::string& name) const { return parameters.contains(name); }
     std::string value(const std::string& name) const

@@ -143,7 +143,11 @@ RequestReader::Step RequestReader::readRequestLine(std::string_view line)
     if (std::ranges::find(methods, method) == std::end(methods))
         return refuse(405, "there is no such method");
     incoming_.keepsOpen = incoming_.takesPieces = version == "HTTP/1.1";
-    incoming_.head.append(line).append(lineEnd);
+    incoming_.target = target;
+    incoming_.head.append(line.substr(0, line.find('?', first))); // parameters are not the library's business
+    if (target.find('?') != target.npos)
+        incoming_.head.append(" ").append(version);
+    incoming_.head += lineEnd;
     return Step::whole;
 }
 

@@ -11,10 +11,12 @@ namespace vqloan::client::http {
 // What has come of a request that is whole: its head, cut down to what counts here, and its body.
 struct Incoming
 {
-    std::string head; // ends with an empty line
+    std::string head;   // without the query; ends with an empty line
+    std::string target; // with it
     std::string body;
     bool keepsOpen = false; // the client wants to go on
     bool takesPieces = false;
+    bool isLate = false; // its time has passed
 };
 
 // Takes what is surely a request and nothing doubtful, on which a proxy in front may think otherwise: lines

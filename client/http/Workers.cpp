@@ -119,6 +119,8 @@ private:
     Clock::time_point openAgain_;
 };
 
+thread_local Workers::Worker* Workers::current = nullptr;
+
 Workers::Workers(const std::vector<Site>& sites, Kind kind, Log& log, Metrics& metrics)
     : kind_(kind), log_(log), metrics_(metrics)
 {
@@ -151,12 +153,38 @@ void Workers::end()
 std::shared_ptr<Block> Workers::ask(std::vector<std::u16string> lines)
 {
     auto block = std::make_shared<Block>(std::move(lines));
+    if (current)
+        ask(*block);
+    else
+        add([this, block] { ask(*block); });
+    return block;
+}
+
+bool Workers::run(Job job)
+{
     {
         const std::lock_guard lock(mutex_);
-        blocks_.push_back(block);
+        if (ending_ || waiting_ >= mostJobs)
+            return false;
+        ++waiting_;
+    }
+    add([this, job = std::move(job)] {
+        {
+            const std::lock_guard lock(mutex_);
+            --waiting_;
+        }
+        job();
+    });
+    return true;
+}
+
+void Workers::add(Job job)
+{
+    {
+        const std::lock_guard lock(mutex_);
+        jobs_.push_back(std::move(job));
     }
     added_.notify_one();
-    return block;
 }
 
 bool Workers::finish(std::chrono::milliseconds limit)
@@ -175,15 +203,15 @@ void Workers::abandon() noexcept
         std::filesystem::remove(file, ignored);
 }
 
-std::shared_ptr<Block> Workers::next()
+Workers::Job Workers::next()
 {
     std::unique_lock lock(mutex_);
-    added_.wait(lock, [this] { return ending_ || !blocks_.empty(); });
-    if (blocks_.empty())
+    added_.wait(lock, [this] { return ending_ || !jobs_.empty(); });
+    if (jobs_.empty())
         return nullptr;
-    auto block = std::move(blocks_.front());
-    blocks_.pop_front();
-    return block;
+    Job job = std::move(jobs_.front());
+    jobs_.pop_front();
+    return job;
 }
 
 void Workers::work(const Site& site, std::promise<void>& ready)
@@ -191,23 +219,11 @@ void Workers::work(const Site& site, std::promise<void>& ready)
     CoInitialize(nullptr);
     try {
         Worker worker(site, *this);
+        current = &worker;
         mostAtOnce_ = worker.mostAtOnce();
         ready.set_value();
-        while (const auto block = next()) {
-            if (!block->begin())
-                continue; // nobody waits for it any more
-            std::vector<Answer> answers;
-            std::string failure;
-            const auto begun = Clock::now();
-            try {
-                answers = worker.ask(block->lines);
-            } catch (const std::exception& error) {
-                failure = error.what();
-                log_.trouble("a block that cannot be asked", failure);
-            }
-            metrics_.asked(block->lines.size(), answers, Clock::now() - begun);
-            block->end(std::move(answers), std::move(failure));
-        }
+        while (const Job job = next())
+            job();
     } catch (...) {
         ready.set_exception(std::current_exception());
     }
@@ -215,6 +231,24 @@ void Workers::work(const Site& site, std::promise<void>& ready)
     const std::lock_guard lock(mutex_);
     --working_;
     ended_.notify_all();
+}
+
+// On a worker's thread.
+void Workers::ask(Block& block)
+{
+    if (!block.begin())
+        return; // nobody waits for it any more
+    std::vector<Answer> answers;
+    std::string failure;
+    const auto begun = Clock::now();
+    try {
+        answers = current->ask(block.lines);
+    } catch (const std::exception& error) {
+        failure = error.what();
+        log_.trouble("a block that cannot be asked", failure);
+    }
+    metrics_.asked(block.lines.size(), answers, Clock::now() - begun);
+    block.end(std::move(answers), std::move(failure));
 }
 
 } // namespace vqloan::client::http

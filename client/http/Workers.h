@@ -5,6 +5,7 @@
 #include <condition_variable>
 #include <deque>
 #include <filesystem>
+#include <functional>
 #include <future>
 #include <memory>
 #include <mutex>
@@ -53,9 +54,13 @@ public:
     // Waits for what is being asked.
     ~Workers();
 
-    // Blocks are asked in the order in which they come. Those who wait for answers are few, and each has at
-    // most a few blocks here.
+    // Blocks and jobs are seen to in the order in which they come. Those who wait for blocks are few, and
+    // each has at most a few here. In a job the worker asks at once, and the block that it gets has its
+    // answers.
     std::shared_ptr<Block> ask(std::vector<std::u16string> lines);
+    // Lets a worker do something that asks. False when `mostJobs` wait already.
+    using Job = std::function<void()>;
+    bool run(Job job);
     // The most lines that a block should have.
     std::size_t mostAtOnce() const noexcept { return mostAtOnce_; }
     std::size_t size() const noexcept { return threads_.size(); }
@@ -68,16 +73,21 @@ public:
 
 private:
     class Worker;
+    static thread_local Worker* current; // of the calling thread
     void end();
+    void add(Job job);
     void work(const Site& site, std::promise<void>& ready);
-    std::shared_ptr<Block> next();
+    Job next();
+    void ask(Block& block);
 
     const Kind kind_;
     Log& log_;
     Metrics& metrics_;
     std::mutex mutex_;
     std::condition_variable added_, ended_;
-    std::deque<std::shared_ptr<Block>> blocks_;
+    static constexpr std::size_t mostJobs = 256;
+    std::deque<Job> jobs_;                     // a block is one that asks it
+    std::size_t waiting_ = 0;                  // of them, without those for blocks
     std::vector<std::filesystem::path> files_; // of the workers' turns
     std::size_t working_ = 0;
     bool ending_ = false;

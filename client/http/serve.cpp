@@ -18,6 +18,7 @@
 #include "http/Page.h"
 #include "http/Pool.h"
 #include "http/Services.h"
+#include "http/Underway.h"
 #include "http/Workers.h"
 #include "platform/program/Program.h"
 #include "platform/program/Signals.h"
@@ -34,6 +35,10 @@ using namespace std::chrono_literals;
 constexpr std::size_t askingThreads = 32, askingRoom = 256, otherThreads = 2, otherRoom = 64;
 // How long what runs has to end.
 constexpr auto farewell = 4s;
+
+// Of the target of a request that asks about a few copies: its answer is small, and no client that takes it
+// slowly keeps the worker.
+constexpr std::size_t longestDirect = 500;
 
 bool asksBackEnd(std::string_view target)
 {
@@ -53,8 +58,9 @@ public:
                 {options.idPrefix, options.baseUri, options.institution, options.language}),
           health_(workers_, site, kind), access_(options.quiet), asking_(askingThreads, askingRoom),
           other_(otherThreads, otherRoom),
-          connections_(listener_, access_,
-                       [this](auto& connection, Incoming& incoming) { return take(connection, incoming); })
+          connections_(listener_, access_, [this](const auto& connection, Incoming incoming) {
+              return take(connection, std::move(incoming));
+          })
     {}
 
     void run(program::Signals& signals)
@@ -62,8 +68,9 @@ public:
         std::thread connecting([this] { connections_.run(); });
         std::cout << "Serving on http://" << listener_.address() << std::endl;
         for (program::Told told{}; told != program::Told::end;) {
-            told = signals.wait(1s);
+            told = signals.wait(250ms);
             log_.tellWhatIsOver();
+            refuseLate();
             if (told == program::Told::reload)
                 workers_.reload();
         }
@@ -86,30 +93,61 @@ private:
         return {options_.workers > 0 ? static_cast<std::size_t>(options_.workers) : usual, site};
     }
 
-    bool take(std::unique_ptr<Connection>& connection, Incoming& incoming)
+    bool take(const std::shared_ptr<Connection>& connection, Incoming incoming)
     {
-        const std::string_view head = incoming.head;
-        Pool& pool = asksBackEnd(head.substr(head.find(' ') + 1)) ? asking_ : other_;
-        // A job can be copied, and a connection cannot.
-        const auto held = std::make_shared<std::pair<std::unique_ptr<Connection>, Incoming>>(
-            std::move(connection), std::move(incoming));
-        if (pool.add([this, held] { exchange(std::move(held->first), std::move(held->second)); }))
+        const bool asks = asksBackEnd(incoming.target);
+        const bool isSmall = incoming.target.size() < longestDirect && incoming.body.empty();
+        if (asks && isSmall && !incoming.target.starts_with("/health"))
+            return takeDirectly(connection, std::move(incoming));
+        Pool& pool = asks ? asking_ : other_;
+        return pool.add([this, connection, held = std::make_shared<Incoming>(std::move(incoming))] {
+            std::atomic<bool> isTaken = false;
+            exchange(connection, std::move(*held), isTaken);
+        });
+    }
+
+    // By the worker that asks, which spares it two ways between threads.
+    bool takeDirectly(const std::shared_ptr<Connection>& connection, Incoming incoming)
+    {
+        const auto direct = underway_.add(connection, std::move(incoming), deadline());
+        const auto answer = [this, direct] {
+            exchange(direct->connection, std::move(direct->incoming), direct->isTaken);
+            underway_.remove(*direct);
+        };
+        if (workers_.run(answer))
             return true;
-        connection = std::move(held->first);
+        underway_.remove(*direct);
         return false;
     }
 
-    void exchange(std::unique_ptr<Connection> connection, Incoming incoming)
+    void refuseLate()
     {
+        for (const auto& direct : underway_.takeLate())
+            asking_.add([this, direct] {
+                std::atomic<bool> isTaken = false;
+                exchange(direct->connection, direct->forLate, isTaken);
+            });
+    }
+
+    void exchange(const std::shared_ptr<Connection>& connection, Incoming incoming,
+                  std::atomic<bool>& isTaken)
+    {
+        if (isTaken)
+            return;
         const auto begun = Clock::now();
         const bool last = !incoming.keepsOpen || connections_.isEnding();
-        const auto done = engine_.exchange(connection->socket, connection->peer, std::move(incoming), last);
+        const auto done =
+            engine_.exchange(connection->socket, connection->peer, std::move(incoming), last, isTaken);
+        if (done.status == 0)
+            return;
         const auto time = Clock::now() - begun;
         metrics_.answered(done.status, time);
         access_.tell(connection->peer, done.method, done.target, done.status, done.bytes, time);
         if (done.whole && !last)
-            connections_.giveBack(std::move(connection));
+            connections_.giveBack(connection);
     }
+
+    Clock::time_point deadline() const { return Clock::now() + std::chrono::seconds(options_.limit); }
 
     Response answer(const http::Request& request)
     {
@@ -122,7 +160,7 @@ private:
 
     Response route(const http::Request& request)
     {
-        const auto deadline = Clock::now() + std::chrono::seconds(options_.limit);
+        const auto deadline = request.isLate ? Clock::now() : this->deadline();
         const std::string& path = request.path;
         if (path == "/daia" || path == "/daia/")
             return daia_.answer(request, deadline);
@@ -173,6 +211,7 @@ private:
     Daia daia_;
     Health health_;
     AccessLog access_;
+    Underway underway_;
     Pool asking_, other_;
     Connections connections_;
 };
