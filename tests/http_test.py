@@ -222,6 +222,9 @@ class BackEnds(Http):
         self.assertGreaterEqual(self.figure("vqloan_back_end_opened_total"), 1)
         self.assertGreaterEqual(self.figure('vqloan_questions_total{outcome="failure"}'), 2)
         self.assertIn(b"replaced or deleted", self.said("server.log"))
+        self.edit("SvrDisp.ini", b"In prestito dal", b"Prestato dal")
+        self.server.send_signal(signal.SIGHUP)
+        await_true(lambda: "Prestato dal" in self.get(self.QUESTION)[2], "the new settings")
 
     def test_one_that_is_late_and_too_many_questions(self):
         self.start("--limit=2")
