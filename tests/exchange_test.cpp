@@ -114,6 +114,9 @@ TEST_F(Gateway, Failures)
     EXPECT_EQ(desk.ask("01||1"), "Inv. 1|x|Inv. 1again||\n");
 }
 
+// Of CLIENT.PAR, by number.
+using Lines = std::map<std::size_t, std::string>;
+
 class Host : public Exchange
 {
 protected:
@@ -121,32 +124,33 @@ protected:
         "codbib=01,AA,Civica\ncodbib=02,ZZ,Alfa\ncodbib=00,AA,Centrale\n";
 
     Host() : Exchange("Z7000_07") { configure(); }
-    // CLIENT.PAR with these lines for its own, by number.
-    void configure(const std::map<std::size_t, std::string>& changed = {},
-                   const std::string& libraryLines = libraries)
+    // CLIENT.PAR with these lines in the place of its own.
+    void configure(Lines lines = {}, const std::string& libraryLines = libraries)
     {
         create_directory(exchange);
+        lines.insert(parameters.begin(), parameters.end());
         std::string file;
-        for (std::size_t number = 1; number <= std::size(parameters); ++number)
-            file += (changed.contains(number) ? changed.at(number) : parameters[number - 1]) + "\n";
+        for (const auto& [number, text] : lines)
+            file += text + "\n";
         site.hostParameters(file + libraryLines);
         EXPECT_FALSE(desk.open("7000")) << desk.failure().description;
     }
 
-    const std::string parameters[14] = {"CLIENT= 7",
-                                        "TIMEOUT=1",
-                                        "DIR=" + exchange.string() + "/",
-                                        "4=",
-                                        "5=",
-                                        "WIDTH=40",
-                                        "7=",
-                                        "8=",
-                                        "9=",
-                                        "10=",
-                                        "TIMEOUTTEXT= Non risponde",
-                                        "EMPTYTEXT=Vuoto",
-                                        "13=",
-                                        "ZZ=Non collegata"};
+    const std::string path = exchange.string() + "/";
+    const Lines parameters{{1, "CLIENT= 7"},
+                           {2, "TIMEOUT=1"},
+                           {3, "DIR=" + path},
+                           {4, "="},
+                           {5, "="},
+                           {6, "WIDTH=40"},
+                           {7, "="},
+                           {8, "="},
+                           {9, "="},
+                           {10, "="},
+                           {11, "TIMEOUTTEXT= Non risponde"},
+                           {12, "EMPTYTEXT=Vuoto"},
+                           {13, "="},
+                           {14, "ZZ=Non collegata"}};
 };
 
 // What answers with the line that it was asked.
@@ -157,6 +161,7 @@ void echo(const std::string& line, const std::filesystem::path& file)
 
 TEST_F(Host, Answers)
 {
+    const std::string lost = "Codice Bibl. 01|Coll. , Inv. 9|rotto\n";
     const Answered cases[] = {
         {"text", whole("Disponibile\r\nrest"), "Disponibile"},
         {"blanks around", whole("  In sede "), "In sede"},
@@ -171,9 +176,7 @@ TEST_F(Host, Answers)
     };
     for (const auto& [what, reply, told] : cases) {
         const Responder host(files, reply);
-        EXPECT_EQ(desk.ask("01||9"),
-                  told == "~" ? "Codice Bibl. 01|Coll. , Inv. 9|rotto\n" : "Civica|" + told + "||\n")
-            << what;
+        EXPECT_EQ(desk.ask("01||9"), told == "~" ? lost : "Civica|" + told + "||\n") << what;
     }
 }
 
@@ -192,32 +195,22 @@ TEST_F(Host, OwnLibraryFirstOthersByName)
 // What is asked of a host that does not answer.
 TEST_F(Host, ParametersAndTranslation)
 {
-    const std::string path = exchange.string() + "/", long_(32766, 'x');
+    const std::string long_(32766, 'x'), cut(38, 'x');
+    const std::string aa = "codbib=AA,01,A\n", aaThenBb = aa + "codbib=BB,AA,B\n";
     // What is special, lines by number, library lines, request line, what is sent, what the desk is told.
-    const std::tuple<const char*, std::map<std::size_t, std::string>, std::string, std::string, std::string,
-                     std::string>
-        cases[] = {
-            {"blanks around lines", {{3, "  " + path + "  "}}, "  codbib=01,AA,X", "01||1", "WL,011", ""},
-            {"a code is translated row after row",
-             {},
-             "codbib=AA,01,A\ncodbib=BB,AA,B\n",
-             "AA||1",
-             "WL,BB1",
-             ""},
-            {"capitals are no library line", {}, "codbib=AA,01,A\nCODBIB=BB,AA,B\n", "AA||1", "WL,AA1", ""},
-            {"the request is in capitals", {}, "codbib=xy,AA,X\n", "xy||1", "WL,XY1", ""},
-            {"the line sent is trimmed", {}, "codbib=1 ,AA,A\ncodbib=AA,BB,B\n", "AA||", "WL,1", ""},
-            {"no answer in time and no text for it", {{11, "="}}, libraries, "01||1", "WL,011", "Vuoto"},
-            {"answered here", {{14, "B=Qui"}}, "codbib=AA,01,A\ncodbib=BB,AA,B\n", "AA||1", "", "Qui"},
-            {"a key that ends in a blank", {{14, "  01 =Qui"}}, libraries, "01||1 23456", "", "Qui"},
-            {"the same, no blank", {{14, "01 =Qui"}}, libraries, "01||123456", "WL,01123456", ""},
-            {"a TAB at the last position",
-             {{14, "=" + long_ + "\t"}},
-             libraries,
-             "01||1",
-             "",
-             long_.substr(0, 38)},
-        };
+    using Case = std::tuple<const char*, Lines, std::string, std::string, std::string, std::string>;
+    const Case cases[] = {
+        {"blanks around lines", {{3, "  " + path + "  "}}, "  codbib=01,AA,X", "01||1", "WL,011", ""},
+        {"a code is translated row after row", {}, aaThenBb, "AA||1", "WL,BB1", ""},
+        {"capitals are no library line", {}, aa + "CODBIB=BB,AA,B\n", "AA||1", "WL,AA1", ""},
+        {"the request is in capitals", {}, "codbib=xy,AA,X\n", "xy||1", "WL,XY1", ""},
+        {"the line sent is trimmed", {}, "codbib=1 ,AA,A\ncodbib=AA,BB,B\n", "AA||", "WL,1", ""},
+        {"no answer in time and no text for it", {{11, "="}}, libraries, "01||1", "WL,011", "Vuoto"},
+        {"answered here", {{14, "B=Qui"}}, aaThenBb, "AA||1", "", "Qui"},
+        {"a key that ends in a blank", {{14, "  01 =Qui"}}, libraries, "01||1 23456", "", "Qui"},
+        {"the same, no blank", {{14, "01 =Qui"}}, libraries, "01||123456", "WL,01123456", ""},
+        {"a TAB at the last position", {{14, "=" + long_ + "\t"}}, libraries, "01||1", "", cut},
+    };
     for (auto [what, lines, libraryLines, line, sent, told] : cases) {
         lines[2] = "TIMEOUT=.01";
         configure(lines, libraryLines);
@@ -238,14 +231,11 @@ TEST_F(Host, Failures)
     const auto line = [this](std::size_t number, const std::string& text) {
         return [this, number, text] { configure({{number, text}, {2, "=0.01"}}); };
     };
+    const auto endlessWait = [this] { configure({{2, "=1E39"}, {3, "none/"}}); };
     const Damaged cases[] = {
         {"no settings file", [&] { remove(file); }, 53, ""},
         {"thirteen lines", [&] { site.hostParameters(thirteen); }, 62, ""},
-        {"wait limit out of range",
-         [&] {
-             configure({{2, "=1E39"}, {3, "none/"}});
-         },
-         6, ""},
+        {"wait limit out of range", endlessWait, 6, ""},
         {"a blank in front of the directory", line(3, "= exchange/"), 76, ""}, // " exchange" is not there
         {"line 4 out of range", line(4, "=40000"), 6, ""},
         {"line 5 out of range", line(5, "=40000"), 6, ""},
@@ -295,7 +285,7 @@ TEST_F(Host, EventsRunWhileACallWaitsForAnother)
             write(answer, "uno\r\n");
             postEvent([&] { write(answer, "due\r\n"); });
         });
-        configure({{3, "DIR=" + exchange.string() + "/./"}});
+        configure({{3, "DIR=" + path + "./"}});
         told = second.ask("01||2");
     });
     EXPECT_EQ(desk.ask("01||1"), "Civica|uno||\n");

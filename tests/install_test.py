@@ -40,7 +40,14 @@ class Installed(unittest.TestCase):
         cls.site = cls.scratch / "site"
         run(cls.tree / "bin/vqloan", "site", cls.site, "--sample", "--copies=40")
         (cls.site / "VQLoan.so").unlink()  # each test has the installed one do, or makes a site of its own
-        cls.environment = {**os.environ, "AUTOMATION_REGISTRY": str(cls.scratch / "registry")}
+        cls.environment = {**os.environ, "AUTOMATION_REGISTRY": str(cls.scratch / "registry"),
+                           "PATH": f"{cls.tree}/bin:{os.environ['PATH']}"}
+
+    def python(self, packages):
+        """The environment for a program in Python, which loads the sanitizer that the component is linked with first."""
+        sanitizer = re.search(r"=> (\S*libasan\S*)", run("ldd", self.component))
+        return {**self.environment, "PYTHONPATH": str(packages), "PYTHONDONTWRITEBYTECODE": "1",
+                **({"LD_PRELOAD": sanitizer[1], "ASAN_OPTIONS": "detect_leaks=0"} if sanitizer else {})}
 
     @unittest.skipIf(cached("CMAKE_BUILD_TYPE") != "Release", "what a debugger reads names the sources")
     def test_nothing_leads_to_the_build_or_to_the_place_of_installing(self):
@@ -54,10 +61,7 @@ class Installed(unittest.TestCase):
 
     def test_the_first_steps_of_a_user(self):
         """Those that scripts/test-package takes on a bare Debian."""
-        sanitizer = re.search(r"=> (\S*libasan\S*)", run("ldd", self.component))
-        environment = {**self.environment, "HOME": str(self.scratch), "PYTHONPATH": str(ROOT / "python"),
-                       "PYTHONDONTWRITEBYTECODE": "1", "PATH": f"{self.tree}/bin:{os.environ['PATH']}",
-                       **({"LD_PRELOAD": sanitizer[1], "ASAN_OPTIONS": "detect_leaks=0"} if sanitizer else {})}
+        environment = {**self.python(ROOT / "python"), "HOME": str(self.scratch)}
         said = run("sh", ROOT / "packaging/first-steps", cwd=self.scratch, env=environment)
         over_http = re.findall(r'^{.*"inventory":"KA000002".*"status":"on_loan"', said, re.M)
         self.assertEqual(len(over_http), "serve" in run(self.tree / "bin/vqloan", "--help"), said)
@@ -94,14 +98,12 @@ class Installed(unittest.TestCase):
         for words, offered in (("che", ["check"]), ("ask --kind SQL", ["SQL", "SQL2"]), ("ask --inv", ["--inventory"])):
             command = (f"shopt -s progcomp; source {script}; compopt() {{ :; }}; COMP_WORDS=(vqloan {words}); "
                        "COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _vqloan; printf '%s\\n' \"${COMPREPLY[@]}\"")
-            said = run("bash", "-c", command, env={**os.environ, "PATH": f"{self.tree}/bin:{os.environ['PATH']}"})
-            self.assertEqual(sorted(said.split()), offered, words)
+            self.assertEqual(sorted(run("bash", "-c", command, env=self.environment).split()), offered, words)
 
     def test_a_client_in_cpp_builds_outside_the_tree(self):
-        flags = cached("CMAKE_CXX_FLAGS")
         source = next(self.tree.glob("share/doc/*/examples/clients"))
         run("cmake", "-S", source, "-B", self.scratch / "client", f"-DCMAKE_PREFIX_PATH={self.tree}",
-            f"-DCMAKE_CXX_COMPILER={cached('CMAKE_CXX_COMPILER')}", f"-DCMAKE_CXX_FLAGS={flags}")
+            f"-DCMAKE_CXX_COMPILER={cached('CMAKE_CXX_COMPILER')}", f"-DCMAKE_CXX_FLAGS={cached('CMAKE_CXX_FLAGS')}")
         run("cmake", "--build", self.scratch / "client")
         registered = self.scratch / "registered"
         run(self.tree / "bin/vqloan", "site", registered, "--sample", "--copies=10")
@@ -132,11 +134,8 @@ class Installed(unittest.TestCase):
         run(python, "-m", "pip", "install", "--no-build-isolation", "--no-index", "--no-deps", "--target", packages,
             source / "python")
         self.assertEqual([f.name for f in packages.glob("*.dist-info")], [f"vqloan-{cached('CMAKE_PROJECT_VERSION')}.dist-info"])
-        sanitizer = re.search(r"=> (\S*libasan\S*)", run("ldd", self.component))
-        environment = {**os.environ, "PYTHONPATH": str(packages), "PATH": f"{self.tree}/bin:{os.environ['PATH']}",
-                       **({"LD_PRELOAD": sanitizer[1], "ASAN_OPTIONS": "detect_leaks=0"} if sanitizer else {})}
         example = next(self.tree.glob("share/doc/*/examples/clients")) / "ask.py"
-        run(python, source / "python/tests/vqloan_test.py", self.site, example, env=environment)
+        run(python, source / "python/tests/vqloan_test.py", self.site, example, env=self.python(packages))
         if shutil.which("mypy"):
             run("mypy", cwd=source / "python")
 

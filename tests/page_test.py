@@ -8,14 +8,10 @@ import csv
 import io
 import json
 import os
-import pathlib
 import shutil
-import signal
 import socket
 import sqlite3
-import subprocess
 import sys
-import tempfile
 import time
 import unittest
 
@@ -33,16 +29,15 @@ if not webdriver or not shutil.which("chromium") or not shutil.which("chromedriv
     print("Skipped: chromium, chromium-driver or python3-selenium is not installed")
     sys.exit(77)
 
-VQLOAN = pathlib.Path(sys.argv.pop(1)).resolve() / "vqloan"
+from client_test import Site, run  # takes the directory from the arguments
+
 PICTURE = sys.argv.pop(1) and sys.argv.pop(1) if sys.argv[1:2] == ["--picture"] else None
 HOSTILE = "<img src=x onerror=\"document.title='owned'\"></td><script>document.title='owned'</script>&amp;"
 
 
-def vqloan(*arguments):
-    return subprocess.run([VQLOAN, *map(str, arguments)], capture_output=True, check=True).stdout.decode()
+class Page(Site):
+    copies = 300
 
-
-class Page(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         options = webdriver.ChromeOptions()
@@ -54,20 +49,13 @@ class Page(unittest.TestCase):
         cls.addClassCleanup(cls.browser.quit)
 
     def setUp(self):
-        scratch = tempfile.TemporaryDirectory()
-        self.addCleanup(scratch.cleanup)
-        self.site = pathlib.Path(scratch.name) / "site"
-        vqloan("site", self.site, "--sample", "--copies=300")
+        super().setUp()
         with socket.create_server(("127.0.0.1", 0)) as free:
             self.port = free.getsockname()[1]
-        self.serve()
+        self.start()
 
-    def serve(self):
-        self.server = subprocess.Popen([VQLOAN, "serve", "--kind=SQL2", f"--site={self.site}",
-                                        f"--listen=127.0.0.1:{self.port}"], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
-        self.addCleanup(self.server.communicate)
-        self.addCleanup(self.server.terminate)
-        self.assertIn(b"Serving", self.server.stdout.readline())
+    def start(self):
+        self.server = self.serve("serve", "--kind=SQL2", "--site", self.site, f"--listen=127.0.0.1:{self.port}")
 
     def open(self, language="en", scheme="light", width=1000):
         command = self.browser.execute_cdp_cmd
@@ -121,7 +109,7 @@ class Page(unittest.TestCase):
         copied = self.browser.execute_async_script("navigator.clipboard.readText().then(arguments[0])")
         lines = self.site / "asked"
         lines.write_text("01\t\tKA000002\t\n01\t\tKA000009\t\n00\t\tKA000001\t\n")
-        program = vqloan("ask", "--kind=SQL2", f"--site={self.site}", "--format=csv", lines)
+        program = run("ask", "--kind=SQL2", f"--site={self.site}", "--format=csv", lines).stdout.decode()
         self.assertEqual([*csv.reader(io.StringIO(copied))], [*csv.reader(io.StringIO(program))])
         for order, first in (("ascending", "KA000002"), ("descending", "KA000009"), (None, "KA000002")):
             self.press(*([Keys.TAB, Keys.TAB] if order == "ascending" else []))
@@ -139,7 +127,7 @@ class Page(unittest.TestCase):
         self.paste(lines)
         self.press(Keys.CONTROL, Keys.ENTER)
         rows = self.answered()
-        asked = vqloan("ask", "--kind=SQL2", f"--site={self.site}", "--format=ndjson", self.site / "all.txt")
+        asked = run("ask", "--kind=SQL2", f"--site={self.site}", "--format=ndjson", self.site / "all.txt").stdout.decode()
         answers = [json.loads(line) for line in asked.splitlines()]
         self.assertEqual(len(answers), len(lines.splitlines()))
         self.assertGreaterEqual(len(answers), 300)
@@ -180,9 +168,8 @@ class Page(unittest.TestCase):
         database.close()
         ini = self.site / "SvrDisp.ini"
         ini.write_bytes(ini.read_bytes().replace(b"\n2=Disponibile", f"\n2={HOSTILE}".encode()))
-        self.server.terminate()
-        self.server.wait()
-        self.serve()
+        self.end(self.server)
+        self.start()
         self.open()
         self.paste(f"00\t{HOSTILE}\tKA000001\t{HOSTILE}")
         self.press(Keys.CONTROL, Keys.ENTER)
@@ -240,8 +227,8 @@ class Page(unittest.TestCase):
             fetch = (...all) => real(...all).then(async whole => new Response((await whole.text()).replace("KA000001", "KA000003")))""")
         self.assertEqual([row[2].split()[0] for row in asked("another copy than was asked")], ["…", "…"])
         self.browser.execute_script("fetch = real")
-        self.server.send_signal(signal.SIGKILL)
-        self.server.wait()
+        self.server.kill()
+        self.server.communicate()
         asked("cannot be reached")
 
 

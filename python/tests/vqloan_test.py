@@ -1,4 +1,5 @@
 """The package on real sites: vqloan_test.py SITE, with `vqloan` on the path; SITE is a sample site without a component."""
+import concurrent.futures
 import contextlib
 import json
 import pathlib
@@ -7,7 +8,6 @@ import sqlite3
 import subprocess
 import sys
 import tempfile
-import threading
 import unittest
 
 import vqloan
@@ -33,7 +33,7 @@ class Site(unittest.TestCase):
         ini.write_bytes(ini.read_bytes().replace(old, new))
 
     def serve(self, *arguments):
-        server = subprocess.Popen(["vqloan", *arguments[:1], "--site", self.site, *arguments[1:]], stdout=subprocess.PIPE)
+        server = subprocess.Popen(["vqloan", *arguments, "--site", self.site], stdout=subprocess.PIPE)
         self.addCleanup(server.communicate)
         self.addCleanup(server.terminate)
         self.assertIn(b"Serving", server.stdout.readline())
@@ -42,10 +42,9 @@ class Site(unittest.TestCase):
         self.serve("gateway")
         self.serve("host", self.site / "host.txt")
         for kind in ("SQL2", "SQL", "7000"):
-            said = subprocess.run(["vqloan", "ask", "--kind", kind, "--site", self.site, "--format=json",
-                                   self.site / "requests.txt"], capture_output=True, check=True).stdout
+            command = ["vqloan", "ask", f"--kind={kind}", f"--site={self.site}", "--format=json", self.site / "requests.txt"]
+            rows = json.loads(subprocess.run(command, capture_output=True, check=True).stdout)
             with vqloan.Server(self.site, kind) as server:
-                rows = json.loads(said)
                 copies = [vqloan.Copy(**row["request"]) for row in rows]
                 for row, answer in zip(rows, server.ask(copies)):
                     outcome = "answer" if answer.asked else "skipped"
@@ -77,22 +76,13 @@ class Site(unittest.TestCase):
         closed.close()
         here = vqloan.Server(self.site)
         self.addCleanup(here.close)
-        elsewhere = []
-
-        def use_elsewhere():
-            try:
-                here.last_record()
-            except vqloan.Error as error:
-                elsewhere.append(error)
-
-        thread = threading.Thread(target=use_elsewhere)
-        thread.start()
-        thread.join()
-        self.assertIn("thread", str(elsewhere[0]))
+        elsewhere = concurrent.futures.ThreadPoolExecutor()
+        self.addCleanup(elsewhere.shutdown)
         self.edit(b"NUMMSG=11", b"NUMMSG=many")
         nothing = self.site / "gateway"
         (nothing / "VQLoan.so").write_bytes(b"no library")
         cases = [
+            (lambda: elsewhere.submit(here.last_record).result(), vqloan.Error, "thread"),
             (lambda: closed.ask_one(LENT), vqloan.Error, "the server is closed"),
             (lambda: vqloan.Server(self.site), vqloan.OpenFailed, "does not open: 13 Type mismatch"),
             (here.reload_messages, vqloan.Failure, "cannot be read: 13 Type mismatch"),
@@ -125,8 +115,8 @@ class Site(unittest.TestCase):
                 ([EXAMPLE], self.site / "host", "01", 1, "ask.py: the back end SQL2"),
                 ([EXAMPLE], self.site, "0\t1", 1, "ask.py: the library of a copy must not hold a TAB"),
                 (no_package, self.site, "01", 1, "ask.py: No module named 'vqloan'")):
-            done = subprocess.run([sys.executable, *program, site, "SQL2", library, "KA000002"], capture_output=True,
-                                  text=True)
+            command = [sys.executable, *program, site, "SQL2", library, "KA000002"]
+            done = subprocess.run(command, capture_output=True, text=True)
             self.assertEqual(done.returncode, status, done.stderr)
             self.assertIn(sentence, done.stdout + done.stderr)
             self.assertNotIn("Traceback", done.stderr)
