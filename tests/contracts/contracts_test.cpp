@@ -201,22 +201,20 @@ TEST(RecordError, GathersMergesAndStores)
     const SysTools::FailureDetails nothing, source{.Source = u"here"},
         all{u"5", u"here", u"A", u"h", std::int32_t{1}, u"2"},
         unconvertible{u"x", u"here", null, null, null, u"x"};
-    const std::tuple<const char*, RuntimeError, SysTools::FailureDetails, std::int32_t, std::string> cases[] =
-        {
-            {"nothing given", full, nothing, 0, "70, file, Permission denied, help, 12, 13, 0"},
-            {"nothing pending", none, source, 0, "0, here, , , 0, 0, 0"},
-            {"all given", full, all, 0, "5, here, A (Permission denied), h, 1, 2, 0"},
-            {"a description alone", none, all, 0, "5, here, A, h, 1, 2, 0"},
-            {"no number", {65535, u"x"}, source, 0, "0, here, x, , 0, 0, 0"},
-            {"one below it", {65534, u"x"}, source, 0, "65534, here, x, , 0, 0, 0"},
-            {"what does not convert stays", full, unconvertible, 0,
-             "70, here, Permission denied, help, 12, 13, 0"},
-            {"the system's text", full, source, 2,
-             "70, here, Permission denied\r\nmessage 13, help, 12, 13, 2"},
-            {"as given", full, source, 4, "-, here, -, -, -, -, 4"},
-            {"as given too", full, source, 8, "-, here, -, -, -, -, 8"},
-            {"as given, without the system's text", full, source, 14, "-, here, -, -, -, -, 14"},
-        };
+    using Case = std::tuple<const char*, RuntimeError, SysTools::FailureDetails, std::int32_t, std::string>;
+    const Case cases[] = {
+        {"nothing given", full, nothing, 0, "70, file, Permission denied, help, 12, 13, 0"},
+        {"nothing pending", none, source, 0, "0, here, , , 0, 0, 0"},
+        {"all given", full, all, 0, "5, here, A (Permission denied), h, 1, 2, 0"},
+        {"a description alone", none, all, 0, "5, here, A, h, 1, 2, 0"},
+        {"no number", {65535, u"x"}, source, 0, "0, here, x, , 0, 0, 0"},
+        {"one below it", {65534, u"x"}, source, 0, "65534, here, x, , 0, 0, 0"},
+        {"no number converts", full, unconvertible, 0, "70, here, Permission denied, help, 12, 13, 0"},
+        {"the system's text", full, source, 2, "70, here, Permission denied\r\nmessage 13, help, 12, 13, 2"},
+        {"as given", full, source, 4, "-, here, -, -, -, -, 4"},
+        {"as given too", full, source, 8, "-, here, -, -, -, -, 8"},
+        {"as given, without the system's text", full, source, 14, "-, here, -, -, -, -, 14"},
+    };
     for (const auto& [what, failure, given, flags, stored] : cases)
         // Once as it is, then with each of the calls failing; a store that fails has been called.
         for (const std::size_t failing : {2, 0, 1}) {
@@ -262,9 +260,9 @@ TEST_F(Opening, AsksForTheConnectionAsConfigured)
          {{"TIMEOUT", u"0"}, {"COMMTIMEOUT", u"-1"}, {"CURSOR", u"0"}, {"OPTIONS", u"0"}},
          "Connection.Open , , , 0\n"},
         {"no password without a user", {{"PASSWORD", u"word"}}, "Connection.Open , , , -1\n"},
-        {"literal signs",
-         {{"CONNECT", u"a§b"}, {"USERNAME", u"john§"}, {"PASSWORD", u"a§b"}},
-         "Connection.Open a§b, john§, a§b, -1\n"},
+        {"signs",
+         {{"CONNECT", u"a§b"}, {"USERNAME", u"j§"}, {"PASSWORD", u"a§b"}},
+         "Connection.Open a§b, j§, a§b, -1\n"},
         {"CONNECT not resolved", {{"CONNECT", u"§A§NONE§"}}, ""},
         {"USERNAME not resolved", {{"USERNAME", u"§NONE§"}}, ""},
         {"PASSWORD not resolved", {{"PASSWORD", u"§NONE§"}}, ""},
@@ -353,8 +351,7 @@ TEST(Deadline, MustFitTheClock)
         {647, 2147483, 2147483647},
         {648, 2147483, 6},
         {-5000, 2147484, 6},
-        {-5000, 2147483, 2147478000},
-    };
+        {-5000, 2147483, 2147478000}};
     for (const auto& [now, seconds, deadline] : cases) {
         theSysTools.now = now;
         std::int32_t given = 0;
@@ -403,8 +400,7 @@ TEST(VisNre, TellsOfItsFailureAfterRecordingIt)
     EXPECT_EQ(calls.made, (std::vector<std::string>{"StoreError 6, SvrODBC.VisNre, Overflow, , 0, 0, 0, -, 0",
                                                     "AfterError"}));
     calls = {.failing = 1};
-    EXPECT_EQ(failureOf([&] { DispSvr().VisNre(unused, unused, tooLong); }).number, 1000)
-        << "what it fails with";
+    EXPECT_EQ(failureOf([&] { DispSvr().VisNre(unused, unused, tooLong); }).number, 1000);
 }
 
 } // namespace

@@ -111,10 +111,8 @@ TEST_F(Odbc, ValuesCompareAsLiterals)
 
 TEST_F(Odbc, SaysWhyItCannotOpen)
 {
-    const struct
-    {
-        std::string text, user, password, says;
-    } cases[] = {
+    // Connection text, user, password, what the failure says.
+    const std::tuple<std::string, std::string, std::string, std::string> cases[] = {
         {server->connectionText(), PostgresServer::reader, "secret", "password authentication failed"},
         {server->connectionText() + ";Database=none", "postgres", "", "\"none\" does not exist"},
         {"Driver={PostgreSQL Unicode};Server=127.0.0.1;Port=" + std::to_string(freePort()), "u", "secret",
@@ -123,10 +121,11 @@ TEST_F(Odbc, SaysWhyItCannotOpen)
         {"Provider=MSDASQL;DSN=no-such-source;PWD=secret", "", "", "Data source name not found"},
         {"Provider=MSDASQL;PWD=secret", "", "", "SQLSTATE"},
     };
-    for (const auto& refused : cases) {
-        const Failed failed = failureOf([&] { open(refused.text, refused.user, refused.password); });
-        EXPECT_EQ(failed.number, connectionFailed) << refused.text;
-        EXPECT_TRUE(failed.says(refused.says) && !failed.says("secret")) << failed.description;
+    for (const auto& [text, user, password, says] : cases) {
+        const Failed failed =
+            failureOf([&, &text = text, &user = user, &password = password] { open(text, user, password); });
+        EXPECT_EQ(failed.number, connectionFailed) << text;
+        EXPECT_TRUE(failed.says(says) && !failed.says("secret")) << failed.description;
     }
 }
 
