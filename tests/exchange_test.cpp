@@ -196,17 +196,18 @@ TEST_F(Host, OwnLibraryFirstOthersByName)
 TEST_F(Host, ParametersAndTranslation)
 {
     const std::string long_(32766, 'x'), cut(38, 'x');
-    const std::string aa = "codbib=AA,01,A\n", aaThenBb = aa + "codbib=BB,AA,B\n";
+    const std::string aa = "codbib=AA,01,A\n", bb = "codbib=BB,AA,B\n",
+                      threeRows = aa + bb + "codbib=CC,BB,C\n";
     // What is special, lines by number, library lines, request line, what is sent, what the desk is told.
     using Case = std::tuple<const char*, Lines, std::string, std::string, std::string, std::string>;
     const Case cases[] = {
         {"blanks around lines", {{3, "  " + path + "  "}}, "  codbib=01,AA,X", "01||1", "WL,011", ""},
-        {"a code is translated row after row", {}, aaThenBb, "AA||1", "WL,BB1", ""},
+        {"a code is translated row after row", {}, threeRows, "AA||1", "WL,CC1", ""},
         {"capitals are no library line", {}, aa + "CODBIB=BB,AA,B\n", "AA||1", "WL,AA1", ""},
         {"the request is in capitals", {}, "codbib=xy,AA,X\n", "xy||1", "WL,XY1", ""},
         {"the line sent is trimmed", {}, "codbib=1 ,AA,A\ncodbib=AA,BB,B\n", "AA||", "WL,1", ""},
         {"no answer in time and no text for it", {{11, "="}}, libraries, "01||1", "WL,011", "Vuoto"},
-        {"answered here", {{14, "B=Qui"}}, aaThenBb, "AA||1", "", "Qui"},
+        {"answered here", {{14, "B=Qui"}}, aa + bb, "AA||1", "", "Qui"},
         {"a key that ends in a blank", {{14, "  01 =Qui"}}, libraries, "01||1 23456", "", "Qui"},
         {"the same, no blank", {{14, "01 =Qui"}}, libraries, "01||123456", "WL,01123456", ""},
         {"a TAB at the last position", {{14, "=" + long_ + "\t"}}, libraries, "01||1", "", cut},

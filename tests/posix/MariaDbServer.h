@@ -9,6 +9,7 @@ class MariaDbServer : public ServerProcess
 {
 public:
     static constexpr const char* driver = "MariaDB Unicode";
+    static constexpr const char* lock = "LOCK TABLES T WRITE; SELECT SLEEP(4)"; // takes T from all others
 
     // Why there can be none here; empty when there can.
     static std::string whyNot()
@@ -16,7 +17,7 @@ public:
         return ServerProcess::whyNot("MariaDB", "/usr/sbin/mariadbd", driver, "mysql");
     }
 
-    MariaDbServer() : ServerProcess("mysql", "server.pid")
+    MariaDbServer() : ServerProcess("mysql", "server.pid", driver, "libri")
     {
         // Small and without waiting for the disk: what it holds need not outlive it.
         write(
@@ -47,22 +48,6 @@ public:
                                statements);
     }
     void endSessions() const { execute(std::string("KILL USER ") + reader); }
-    // Takes a table from all others for that time.
-    static std::string lock(const std::string& table, int seconds)
-    {
-        return "LOCK TABLES " + table + " WRITE; SELECT SLEEP(" + std::to_string(seconds) + ")";
-    }
-
-    // Without a user.
-    std::string connectionText() const
-    {
-        return std::string("Driver={") + driver + "};Server=127.0.0.1;Port=" + std::to_string(port()) +
-               ";Database=libri";
-    }
-    std::string readersConnectionText() const
-    {
-        return connectionText() + ";UID=" + reader + ";PWD={a;b}}c d}";
-    }
 
 private:
     std::string settings() const { return " --defaults-file=" + (directory_ / "my.cnf").string() + " "; }

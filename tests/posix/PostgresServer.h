@@ -11,6 +11,8 @@ class PostgresServer : public ServerProcess
 {
 public:
     static constexpr const char* driver = "PostgreSQL Unicode";
+    static constexpr const char* lock =
+        "BEGIN; LOCK TABLE T; SELECT pg_sleep(4); COMMIT"; // takes T from all others
 
     // Why there can be none here; empty when there can.
     static std::string whyNot()
@@ -19,7 +21,7 @@ public:
     }
 
     explicit PostgresServer(const std::string& encoding = "UTF8")
-        : ServerProcess("postgres", "data/postmaster.pid")
+        : ServerProcess("postgres", "data/postmaster.pid", driver, "postgres")
     {
         run(program("initdb") + " -U postgres --auth=trust --locale=C --no-sync --encoding=" + encoding +
             " -D " + data_.string());
@@ -49,22 +51,6 @@ public:
     {
         execute("SELECT pg_terminate_backend(pid) FROM pg_stat_activity "
                 "WHERE backend_type = 'client backend' AND pid <> pg_backend_pid()");
-    }
-    // Takes a table from all others for that time.
-    static std::string lock(const std::string& table, int seconds)
-    {
-        return "BEGIN; LOCK TABLE " + table + "; SELECT pg_sleep(" + std::to_string(seconds) + "); COMMIT";
-    }
-
-    // Without a user.
-    std::string connectionText(const std::string& driverName = driver) const
-    {
-        return "Driver={" + driverName + "};Server=127.0.0.1;Port=" + std::to_string(port()) +
-               ";Database=postgres";
-    }
-    std::string readersConnectionText() const
-    {
-        return connectionText() + ";UID=" + reader + ";PWD={a;b}}c d}";
     }
 
 private:

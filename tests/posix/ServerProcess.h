@@ -76,6 +76,14 @@ public:
         pclose(std::exchange(process_, nullptr)); // waits for it
     }
     int port() const { return port_; }
+    // Without a user; as a reader.
+    std::string connectionText() const { return connectionText(driver_); }
+    std::string connectionText(const std::string& driver) const
+    {
+        return "Driver={" + driver + "};Server=127.0.0.1;Port=" + std::to_string(port_) +
+               ";Database=" + database_;
+    }
+    std::string readersConnectionText() const { return connectionText() + ";UID=lettore;PWD={a;b}}c d}"; }
 
 protected:
     // Why no server can run here as that user; empty when it can.
@@ -92,8 +100,9 @@ protected:
     }
 
     // `user`: whom the server runs as where the tests run as root. `processFile`: where it writes its number.
-    ServerProcess(const std::string& user, const std::string& processFile)
-        : user_(user), processFile_(directory_ / processFile)
+    ServerProcess(const std::string& user, const std::string& processFile, const std::string& driver,
+                  const std::string& database)
+        : user_(user), driver_(driver), database_(database), processFile_(directory_ / processFile)
     {
         if (geteuid() == 0 && std::system(("chown " + user + " " + directory_.path().string()).c_str()) != 0)
             throw std::runtime_error("cannot give the server its directory");
@@ -138,7 +147,7 @@ private:
     }
     bool succeeds(const std::string& command) const { return std::system(line(command).c_str()) == 0; }
 
-    std::string user_;
+    std::string user_, driver_, database_;
     std::filesystem::path processFile_, log_ = directory_ / "server.log";
     int port_ = freePort();
     FILE* process_ = nullptr;

@@ -169,7 +169,7 @@ struct Server
 
 template <class Real> Server connected(Server server, const std::shared_ptr<Real>& real)
 {
-    server.lock = Real::lock("T", 4);
+    server.lock = Real::lock;
     server.port = real->port();
     server.run = [real](const std::string& statements) { real->execute(statements); };
     server.endSessions = [real] { real->endSessions(); };
