@@ -14,7 +14,6 @@
 #include "RatioReporter.h"
 #include "component/DispSvr.h"
 #include "platform/automation/Automation.h"
-#include "platform/runtime/ApplicationInfo.h"
 
 namespace {
 
@@ -113,8 +112,8 @@ const std::string hostAnswer = directory.path + "/Z7000_01.CL2";
 
 void hostReal(benchmark::State& state)
 {
-    ApplicationInfo::pretendFile(std::filesystem::path(directory.path + "/VQLoan.so").u16string());
     DispSvr svr;
+    svr.SettingsDir = std::filesystem::path(directory.path).u16string();
     AutomationSetPendingEvents([](void*) { answerAt(hostAnswer.c_str()); }, nullptr);
     for (auto _ : state) {
         std::u16string answer;

@@ -11,17 +11,6 @@
 namespace vqloan::test {
 namespace {
 
-TEST(Answer, WithoutABackEnd)
-{
-    Site site;
-    Client desk = site.client();
-    EXPECT_EQ(desk.ask(""), "");
-    EXPECT_EQ(desk.failure().number, 0);
-    EXPECT_EQ(desk.ask("01|A|1"), "||\n");
-    EXPECT_EQ(desk.ask("01|A|1\n\n02\n"), "||\n||\n||\n")
-        << "an empty line is a line, the end of the last is none";
-}
-
 TEST(Answer, ItemsAndGroups)
 {
     Site site;
@@ -29,6 +18,10 @@ TEST(Answer, ItemsAndGroups)
     std::filesystem::create_directory(exchange);
     site.settings("[CONFIG]\nPATH=" + exchange.string() + "\n[CLIENT]\nTIMEOUT=0\n");
     Client desk = site.client();
+    EXPECT_EQ(desk.ask(""), "");
+    EXPECT_EQ(desk.failure().number, 0);
+    EXPECT_EQ(desk.ask("01|A|1\n\n02\n"), "||\n||\n||\n")
+        << "no back end; an empty line is a line, the end of the last is none";
     ASSERT_FALSE(desk.open("SQL"));
     // Nobody answers: the code comes back with an empty message and a blank.
     EXPECT_EQ(desk.ask(" 01 | A 1 | x9 | "), "Coll. A 1, Inv. X9,  |01|Coll. A 1, Inv. X9,   ||\n");
@@ -40,16 +33,13 @@ TEST(Answer, ItemsAndGroups)
 
 TEST(Answer, LineCounter)
 {
-    const auto lines = [](int count, const std::string& line) {
-        std::string request;
-        for (int i = 0; i < count; ++i)
-            request += line;
-        return request;
-    };
     Site site;
     Client desk = site.client();
-    EXPECT_EQ(desk.raw(lines(32766, "x\r\n")).size(), 32766u * 4);
-    EXPECT_EQ(desk.raw(lines(32767, "x\r\n")), u"");
+    std::string lines;
+    for (int i = 0; i < 32766; ++i)
+        lines += "x\r\n";
+    EXPECT_EQ(desk.raw(lines).size(), 32766u * 4);
+    EXPECT_EQ(desk.raw(lines + "x\r\n"), u"");
     EXPECT_EQ(desk.failure().number, 6);
     EXPECT_EQ(desk.failure().source, "SvrODBC.VisNre");
     EXPECT_EQ(desk.raw(std::string(32764, 'x') + "\r\n"), u"\t\t\r\n")
@@ -59,23 +49,19 @@ TEST(Answer, LineCounter)
 
 TEST(Fields, GetField)
 {
+    // clang-format off
     const std::tuple<const char16_t*, const char16_t*, int, bool, const char16_t*, const char16_t*> cases[] =
         {
-            // text, separator, number, whether to cut; field, rest
-            {u"", u"\t", 1, true, u"", u""},
-            {u"A\t\tB", u"\t", 2, false, u"", u"A\t\tB"},
-            {u"A\t\tB", u"\t", 3, true, u"B", u""},
-            {u"A\t\tB", u"\t", 4, true, u"", u"A\t\tB"},
-            {u"A\tB\t", u"\t", 3, true, u"", u"A\tB\t"},
-            {u" A  B", u" ", 1, true, u"", u"A  B"},
-            {u" A  B", u" ", 2, true, u"A", u"B"},
-            {u" A  B", u" ", 3, true, u"B", u""},
-            {u"L1\r\nL2\r\n", u"\r\n", 0, false, u"L1", u"L2\r\n"},
-            {u"L2\r\n", u"\r\n", 0, false, u"L2", u""},
-            {u"\r\n\r\nX", u"\r\n", 0, false, u"", u"\r\nX"},
-            {u"A,B,C,D", u",", 3, true, u"C", u"D"},
-            {u"A,B", u",", -1, true, u"", u"A,B"},
-        };
+        // text, separator, number, whether to cut; field, rest
+        {u"", u"\t", 1, true, u"", u""}, {u"A\t\tB", u"\t", 2, false, u"", u"A\t\tB"},
+        {u"A\t\tB", u"\t", 3, true, u"B", u""}, {u"A\t\tB", u"\t", 4, true, u"", u"A\t\tB"},
+        {u"A\tB\t", u"\t", 3, true, u"", u"A\tB\t"}, {u" A  B", u" ", 1, true, u"", u"A  B"},
+        {u" A  B", u" ", 2, true, u"A", u"B"}, {u" A  B", u" ", 3, true, u"B", u""},
+        {u"L1\r\nL2\r\n", u"\r\n", 0, false, u"L1", u"L2\r\n"}, {u"L2\r\n", u"\r\n", 0, false, u"L2", u""},
+        {u"\r\n\r\nX", u"\r\n", 0, false, u"", u"\r\nX"}, {u"A,B,C,D", u",", 3, true, u"C", u"D"},
+        {u"A,B", u",", -1, true, u"", u"A,B"},
+    };
+    // clang-format on
     for (const auto& [given, separator, wanted, cut, field, rest] : cases) {
         SCOPED_TRACE(text::toUtf8(given) + " " + std::to_string(wanted));
         std::u16string_view text = given;
@@ -95,8 +81,8 @@ TEST(Fields, PositionsAre16Bit)
     };
     const auto x = [](std::size_t count) { return std::u16string(count, u'x'); };
     EXPECT_EQ(field(x(32766), 1), 32766u);
-    EXPECT_THROW(field(x(32767), 1), RuntimeError) << "the end stands behind the last position";
     EXPECT_EQ(field(x(32764) + u"\r\n" + x(90000), 1), 32764u) << "what follows may be long";
+    EXPECT_THROW(field(x(32767), 1), RuntimeError) << "the end stands behind the last position";
     EXPECT_THROW(field(x(32765) + u"\r\n", 1), RuntimeError) << "to be cut behind the separator";
     EXPECT_THROW(field(x(32765) + u"\r\n" + x(9), 3), RuntimeError) << "a search that runs off";
 
@@ -172,17 +158,15 @@ TEST_F(OtherGroups, PlaceAndFailAsTheTextWould)
 {
     std::mt19937 random(20);
     int overflows = 0;
-    for (int round = 0; round < 10; ++round) {
-        const int keys = 1 + round % 7;
-        const std::size_t longest = 500 + static_cast<std::size_t>(random() % 3000);
-        for (int n = 1; n < 150; ++n) {
-            if (random() % 10 == 0) // an own-library line counts, but goes elsewhere
-                continue;
-            const std::u16string key(1, static_cast<char16_t>(u'A' + random() % static_cast<unsigned>(keys)));
-            // Keeps its place, but begins with another field.
+    for (unsigned round = 0; round < 10; ++round) {
+        const std::size_t longest = 500 + random() % 3000;
+        // An own-library line counts, but goes elsewhere.
+        for (int n = 1; n < 150; n += random() % 10 ? 1 : 2) {
+            const std::u16string key(1, static_cast<char16_t>(u'A' + random() % (1 + round % 7)));
+            // A failed line keeps its place, but begins with another field.
             const bool failed = round % 2 == 1 && random() % 20 == 0;
-            const std::u16string line =
-                (failed ? u"Codice Bibl. " + key : key) + u"\t" + std::u16string(random() % longest, u'.');
+            std::u16string line = failed ? u"Codice Bibl. " : u"";
+            line.append(key).append(u"\t").append(random() % longest, u'.');
             overflows += place(key, line, n) == 6;
         }
         expectSameText();

@@ -231,19 +231,26 @@ TEST(RecordError, GathersMergesAndStores)
 
 // --- Opening ---
 
+// The program that the component is part of here.
+std::string module()
+{
+    return text::toUtf8(ApplicationInfo::ofThread().moduleName());
+}
+
 std::string record(const std::string& operation)
 {
-    return "StoreError 1000, VQLoan.SvrODBC." + operation + ", 0, broken, , 0, 0, 0, -, 0\n";
+    return "StoreError 1000, " + module() + ".SvrODBC." + operation + ", 0, broken, , 0, 0, 0, -, 0\n";
 }
 
 // What an opening records when it has found a failure that has been recorded already.
-const std::string noticed = "StoreError -, VQLoan.SvrODBC.OpenDatabase, 0, -, -, -, -, 4, -, 0\n";
+std::string noticed()
+{
+    return "StoreError -, " + module() + ".SvrODBC.OpenDatabase, 0, -, -, -, -, 4, -, 0\n";
+}
 
 class Opening : public testing::Test
 {
 protected:
-    Opening() { ApplicationInfo::pretendFile(u"/srv/VQLoan.so"); }
-
     const Values all{{"CONNECT", u"P;§A§B§§C§"}, {"TIMEOUT", u"30"},    {"COMMTIMEOUT", u"60"},
                      {"CURSOR", u"3"},           {"OPTIONS", u"16"},    {"USERNAME", u"§USER§"},
                      {"PASSWORD", u"§SECRET§"},  {"INVENTARIO", u"5,4"}};
@@ -272,7 +279,7 @@ TEST_F(Opening, AsksForTheConnectionAsConfigured)
         settings = values;
         EXPECT_EQ(DispSvr().OpenDatabase(u"SQL2"), asked.empty()) << what;
         EXPECT_EQ(calls.only("Connection."), asked) << what;
-        EXPECT_EQ(calls.only("StoreError"), asked.empty() ? noticed : "") << what;
+        EXPECT_EQ(calls.only("StoreError"), asked.empty() ? noticed() : "") << what;
     }
 }
 
@@ -305,7 +312,7 @@ TEST_F(Opening, EndsAtTheStepThatFails)
             EXPECT_EQ(svr.OpenDatabase(kind), !unbound && !released);
             EXPECT_EQ(calls.only("StoreError"), unbound    ? record("InitIni")
                                                 : released ? ""
-                                                : loading  ? record("LoadStati") + noticed
+                                                : loading  ? record("LoadStati") + noticed()
                                                            : record("OpenDatabase"));
             EXPECT_EQ(pending::take().number, 0);
             EXPECT_NE(svr.TabMessa, former);
@@ -355,14 +362,14 @@ TEST(Deadline, MustFitTheClock)
     for (const auto& [now, seconds, deadline] : cases) {
         theSysTools.now = now;
         std::int32_t given = 0;
-        const std::int32_t failed = failureOf([&] { given = deadlineAfter(seconds); }).number;
+        const std::int32_t failed =
+            failureOf([&, &seconds = seconds] { given = deadlineAfter(seconds); }).number;
         EXPECT_EQ(failed ? failed : given, deadline) << now << ' ' << seconds;
     }
 }
 
 TEST(Make_LstDispo, AsksInItsOrderAndReleasesOnEveryPath)
 {
-    ApplicationInfo::pretendFile(u"/srv/VQLoan.so");
     DispSvr svr;
     svr.Conn = std::make_shared<ConnectionDouble>();
     svr.InvStart = svr.BibStart = 1;

@@ -4,7 +4,6 @@
 #include "ScratchDirectory.h"
 #include "component/DispSvr.h"
 #include "platform/automation/Automation.h"
-#include "platform/runtime/ApplicationInfo.h"
 
 using namespace vqloan;
 using namespace vqloan::test;
@@ -18,7 +17,6 @@ struct Exchange
         write(directory / "CLIENT.PAR",
               "1\r\n0\r\n" + directory.path().string() +
                   "/\r\n\r\n\r\n80\r\n\r\n\r\n\r\n\r\nlate\r\nempty\r\n\r\nG=t\r\n");
-        ApplicationInfo::pretendFile(directory.file("VQLoan.so"));
         AutomationSetPendingEvents(
             [](void* exchange) {
                 const auto* self = static_cast<Exchange*>(exchange);
@@ -28,6 +26,7 @@ struct Exchange
         gateway.ExchPath = directory.path().u16string();
         gateway.DBType = 2;
         host.DBType = 1;
+        host.SettingsDir = directory.path().u16string();
         host.TabBib[0] = {u"01", u"aa", u"Civica"};
     }
 

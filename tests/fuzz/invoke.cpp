@@ -4,7 +4,7 @@
 #include "Input.h"
 #include "ScratchDirectory.h"
 #include "component/face/DispSvrFace.h"
-#include "platform/runtime/ApplicationInfo.h"
+#include "component/face/Members.h"
 #include "platform/runtime/Bstr.h"
 #include "platform/runtime/ComPtr.h"
 #include "platform/runtime/Variant.h"
@@ -54,10 +54,10 @@ struct Argument
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     static const ScratchDirectory directory; // without settings
-    ApplicationInfo::pretendFile(directory.file("VQLoan.so"));
     Input input(data, size);
     const auto object = ComPtr<DispSvrFace>::adopt(new DispSvrFace);
-    const DISPID member = static_cast<DISPID>(input.byte() % 20);
+    object->put_Directory(Bstr(directory.path().u16string()).get());
+    const DISPID member = members[input.byte() % members.size()].id;
     const WORD flags = static_cast<WORD>(1u << input.byte() % 4);
     const unsigned count = input.byte() % 8, named = input.byte() % 3;
     std::vector<Argument> arguments;

@@ -30,12 +30,12 @@ TEST(TextFiles, EveryFailureHasItsNumber)
     const auto reading = [](std::u16string path) { return [path] { files::openForReading(9, path); }; };
     const auto writing = [](std::u16string path) { return [path] { files::openForWriting(9, path); }; };
     const auto removing = [](std::u16string path) { return [path] { files::remove(path); }; };
+    // clang-format off
     const std::tuple<const char*, std::function<void()>, std::int32_t> cases[] = {
         {"read a missing file", reading(scratch.file("none")), 53},
         {"read in a missing directory", reading(scratch.file("none/f")), 76},
         {"read below a file", reading(scratch.file("f/f")), 76},
-        {"read a directory", reading(scratch.file("d")), 75},
-        {"read no name", reading(u""), 75},
+        {"read a directory", reading(scratch.file("d")), 75}, {"read no name", reading(u""), 75},
         {"read a name with 0", reading(file + std::u16string(u"\0", 1)), 52},
         {"read a name too long", reading(scratch.file(std::string(300, 'n'))), 52},
         {"write a directory", writing(scratch.file("d")), 75},
@@ -50,6 +50,7 @@ TEST(TextFiles, EveryFailureHasItsNumber)
         {"write what is read", [] { files::writeLine(1, u""); }, 54},
         {"close a number not open", [] { files::close(9); }, 0},
     };
+    // clang-format on
     for (const auto& [name, step, failure] : cases)
         EXPECT_EQ(failureOf(step).number, failure) << name;
 
@@ -101,10 +102,8 @@ TEST(TextFiles, OfStrangersInASharedDirectory)
     ASSERT_EQ(::mkfifo((scratch / "fifo").c_str(), 0600), 0);
     for (const char* name : {"link", "dangling", "device", "directory", "fifo"}) {
         const std::u16string path = scratch.file(name);
-        EXPECT_EQ(failureOf([&] { files::openForWriting(1, path, files::Place::shared); }).number, 75)
-            << name;
-        EXPECT_EQ(failureOf([&] { files::openForReading(1, path, files::Place::shared); }).number, 75)
-            << name;
+        for (const auto open : {files::openForWriting, files::openForReading})
+            EXPECT_EQ(failureOf([&] { open(1, path, files::Place::shared); }).number, 75) << name;
         EXPECT_FALSE(files::tryOpenForReading(1, path)) << name;
     }
     EXPECT_EQ(read(scratch / "own"), "mine");
@@ -154,11 +153,9 @@ TEST(ApplicationInfo, NamesTheLoadedFile)
 {
     for (const auto& [file, path] :
          {std::pair(u"/srv/site.d/VQLoan", u"/srv/site.d"), {u"/VQLoan.so", u"/"}}) {
-        ApplicationInfo::pretendFile(file);
-        EXPECT_EQ(ApplicationInfo::ofThread().path(), path);
-        EXPECT_EQ(ApplicationInfo::ofThread().moduleName(), u"VQLoan");
+        EXPECT_EQ(ApplicationInfo(file).path(), path);
+        EXPECT_EQ(ApplicationInfo(file).moduleName(), u"VQLoan");
     }
-    ApplicationInfo::pretendFile(u"");
     EXPECT_EQ(ApplicationInfo::ofThread().moduleName(), u"vqloan_tests");
 }
 

@@ -12,6 +12,8 @@ class ApplicationInfo
 public:
     // The calling thread's instance, created on first use.
     static const ApplicationInfo& ofThread();
+    // What it would know of that file, an absolute path.
+    explicit ApplicationInfo(std::u16string file);
 
     // The directory of the loaded file that holds this code, absolute.
     const std::u16string& path() const noexcept { return path_; }
@@ -19,10 +21,6 @@ public:
     const std::u16string& moduleName() const noexcept { return moduleName_; }
     // The loaded file itself, absolute.
     const std::u16string& file() const noexcept { return file_; }
-
-    // For programs that hold the code themselves: another file to be taken for the loaded one, by instances
-    // created afterwards on any thread and by the calling thread's; the empty text ends that.
-    static void pretendFile(const std::u16string& file);
 
 private:
     template <class T> friend T& perThread();
