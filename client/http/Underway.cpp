@@ -11,10 +11,10 @@ std::shared_ptr<Direct> Underway::add(std::shared_ptr<Connection> connection, In
                               .keepsOpen = incoming.keepsOpen,
                               .takesPieces = incoming.takesPieces,
                               .isLate = true};
-    const std::shared_ptr<Direct> direct(new Direct{.connection = std::move(connection),
-                                                    .incoming = std::move(incoming),
-                                                    .forLate = forLate,
-                                                    .deadline = deadline});
+    std::shared_ptr<Direct> direct(new Direct{.connection = std::move(connection),
+                                              .incoming = std::move(incoming),
+                                              .forLate = forLate,
+                                              .deadline = deadline});
     const std::lock_guard lock(mutex_);
     direct->place = all_.insert(all_.end(), direct);
     return direct;

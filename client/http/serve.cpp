@@ -58,9 +58,10 @@ public:
                 {options.idPrefix, options.baseUri, options.institution, options.language}),
           health_(workers_, site, kind), access_(options.quiet), asking_(askingThreads, askingRoom),
           other_(otherThreads, otherRoom),
-          connections_(listener_, access_, [this](const auto& connection, Incoming incoming) {
-              return take(connection, std::move(incoming));
-          })
+          connections_(listener_, access_,
+                       [this](const std::shared_ptr<Connection>& connection, Incoming incoming) {
+                           return take(connection, std::move(incoming));
+                       })
     {}
 
     void run(program::Signals& signals)
