@@ -104,7 +104,7 @@ std::string converted(const VARIANT& source, VARTYPE type)
 }
 
 // What texts give as values of that type.
-void check(VARTYPE type, const std::vector<std::pair<const char16_t*, const char*>>& cases)
+void convert(VARTYPE type, const std::vector<std::pair<const char16_t*, const char*>>& cases)
 {
     for (const auto& [text, expected] : cases)
         EXPECT_EQ(converted(Variant(text).get(), type), expected)
@@ -114,7 +114,7 @@ void check(VARTYPE type, const std::vector<std::pair<const char16_t*, const char
 void checkAll(const char* expected, VARTYPE type, const std::vector<const char16_t*>& texts)
 {
     for (const char16_t* text : texts)
-        check(type, {{text, expected}});
+        convert(type, {{text, expected}});
 }
 
 TEST(Automation, KeepsLengthAndZerosOfTexts)
@@ -213,23 +213,23 @@ TEST(Automation, RefusesWrongUse)
 TEST(Automation, ConvertsTextToNumbers)
 {
     const ScopedVariable locale("LC_ALL", "C");
-    check(VT_I4, {{u" 2.5 ", "2"}, {u"5-", "-5"}, {u"- 5", "-5"}, {u"&hffff", "65535"}});
-    check(VT_I2, {{u"3.5", "4"}, {u"( 7 )", "-7"}, {u"1E+3", "1000"}, {u"&HFFFF", "-1"}});
-    check(VT_UI1, {{u"&O17", "15"}, {u"256", "overflow"}, {u"-1", "overflow"}});
-    check(VT_R8, {{u"+1,234,567.5", "1234567.5"}, {u"12E-1", "1.2"}, {u"&HFFFF", "65535"}});
-    check(VT_R4, {{u".5", "0.5"}, {u"1E39", "overflow"}});
-    check(VT_CY, {{u"12.5", "12.5"}, {u"1E15", "overflow"}, {u"&HFFFF", "65535"}});
-    check(VT_CY, {{u"-922337203685477.5808", "-922337203685477.5808"}, {u"0.00025", "0.0002"}});
-    check(VT_BOOL, {{u"TRUE", "True"}, {u"#false#", "False"}, {u"0.1", "True"}, {u"yes", "mismatch"}});
+    convert(VT_I4, {{u" 2.5 ", "2"}, {u"5-", "-5"}, {u"- 5", "-5"}, {u"&hffff", "65535"}});
+    convert(VT_I2, {{u"3.5", "4"}, {u"( 7 )", "-7"}, {u"1E+3", "1000"}, {u"&HFFFF", "-1"}});
+    convert(VT_UI1, {{u"&O17", "15"}, {u"256", "overflow"}, {u"-1", "overflow"}});
+    convert(VT_R8, {{u"+1,234,567.5", "1234567.5"}, {u"12E-1", "1.2"}, {u"&HFFFF", "65535"}});
+    convert(VT_R4, {{u".5", "0.5"}, {u"1E39", "overflow"}});
+    convert(VT_CY, {{u"12.5", "12.5"}, {u"1E15", "overflow"}, {u"&HFFFF", "65535"}});
+    convert(VT_CY, {{u"-922337203685477.5808", "-922337203685477.5808"}, {u"0.00025", "0.0002"}});
+    convert(VT_BOOL, {{u"TRUE", "True"}, {u"#false#", "False"}, {u"0.1", "True"}, {u"yes", "mismatch"}});
     // At the ends of what a type holds every digit counts, however many there are.
     checkAll("overflow", VT_I2, {u"32767.5", u"-32769", u"&H10000"});
-    check(VT_I4, {{u"-2.5000000000000000000001", "-3"}, {u"0E999999999999999999999", "0"}});
-    check(VT_I8, {{u"9223372036854775807", "9223372036854775807"},
-                  {u"9223372036854775808", "overflow"},
-                  {u"-9223372036854775808", "-9223372036854775808"}});
-    check(VT_UI8,
-          {{u"18446744073709551615", "18446744073709551615"}, {u"18446744073709551615.5", "overflow"}});
-    check(VT_R8, {{u"1E-999999999999999999999", "0"}, {u"1E999999999999999999999", "overflow"}});
+    convert(VT_I4, {{u"-2.5000000000000000000001", "-3"}, {u"0E999999999999999999999", "0"}});
+    convert(VT_I8, {{u"9223372036854775807", "9223372036854775807"},
+                    {u"9223372036854775808", "overflow"},
+                    {u"-9223372036854775808", "-9223372036854775808"}});
+    convert(VT_UI8,
+            {{u"18446744073709551615", "18446744073709551615"}, {u"18446744073709551615.5", "overflow"}});
+    convert(VT_R8, {{u"1E-999999999999999999999", "0"}, {u"1E999999999999999999999", "overflow"}});
     checkAll("mismatch", VT_I4,
              {u"", u" - ", u"-5-", u"(5", u"()", u"1.2.3", u"1.2,3", u",1", u"1E", u"1 2", u"&H", u"&H-1",
               u"&O8", u"\uFF11"});
@@ -238,12 +238,13 @@ TEST(Automation, ConvertsTextToNumbers)
 TEST(Automation, ConvertsTextToDates)
 {
     const ScopedVariable locale("LC_ALL", "POSIX");
-    check(VT_DATE, {{u"2024-02-29", "02/29/2024"}, {u"2024-02-29 10:30", "02/29/2024 10:30:00"}});
-    check(VT_DATE, {{u" 2024-02-29T23:59:59.4Z ", "02/29/2024 23:59:59"}});
-    check(VT_DATE, {{u"2024-02-29 23:59:59.6", "03/01/2024"}, {u"2958466", "overflow"}});
-    check(VT_DATE, {{u"1/2/2024", "01/02/2024"}, {u"1/2/2024 ", "01/02/2024"}, {u"13.2.2024", "02/13/2024"}});
-    check(VT_DATE, {{u"1-2-29", "01/02/2029"}, {u"1-2-30", "01/02/1930"}, {u"1.5", "12/31/1899 12:00:00"}});
-    check(VT_DATE, {{u"10:30 PM", "22:30:00"}, {u"12:00 am", "00:00:00"}});
+    convert(VT_DATE, {{u"2024-02-29", "02/29/2024"}, {u"2024-02-29 10:30", "02/29/2024 10:30:00"}});
+    convert(VT_DATE, {{u" 2024-02-29T23:59:59.4Z ", "02/29/2024 23:59:59"}});
+    convert(VT_DATE, {{u"2024-02-29 23:59:59.6", "03/01/2024"}, {u"2958466", "overflow"}});
+    convert(VT_DATE,
+            {{u"1/2/2024", "01/02/2024"}, {u"1/2/2024 ", "01/02/2024"}, {u"13.2.2024", "02/13/2024"}});
+    convert(VT_DATE, {{u"1-2-29", "01/02/2029"}, {u"1-2-30", "01/02/1930"}, {u"1.5", "12/31/1899 12:00:00"}});
+    convert(VT_DATE, {{u"10:30 PM", "22:30:00"}, {u"12:00 am", "00:00:00"}});
     checkAll("mismatch", VT_R8, {u"1899-12-29 06:00"});
     checkAll("mismatch", VT_DATE,
              {u"2023-02-29", u"2024-13-13", u"1/2-2024", u"24:00", u"13:00 PM", u"1/2/2024 x", u"2024-02-29T",
@@ -299,18 +300,18 @@ TEST(Automation, FollowsTheUsersLocale)
         GTEST_SKIP() << "the Italian locale cannot be made on this machine";
     const ScopedVariable path("LOCPATH", scratch.path().string()), all("LC_ALL", ""), time("LC_TIME", ""),
         numeric("LC_NUMERIC", "C"), language("LANG", name);
-    check(VT_R8, {{u"1.5", "1.5"}});
-    check(VT_DATE, {{u"1/2/2024", "02/01/2024"}});
+    convert(VT_R8, {{u"1.5", "1.5"}});
+    convert(VT_DATE, {{u"1/2/2024", "02/01/2024"}});
 
     const ScopedVariable over("LC_ALL", name);
-    check(VT_R8, {{u"1.234,5", "1234.5"}, {u"1.5", "15"}}); // the point groups digits
-    check(VT_I4, {{u"2,5", "2"}, {u"1,2,3", "mismatch"}});
-    check(VT_DATE, {{u"1.2.2024", "02/01/2024"}, {u"2/13/2024", "02/13/2024"}});
+    convert(VT_R8, {{u"1.234,5", "1234.5"}, {u"1.5", "15"}}); // the point groups digits
+    convert(VT_I4, {{u"2,5", "2"}, {u"1,2,3", "mismatch"}});
+    convert(VT_DATE, {{u"1.2.2024", "02/01/2024"}, {u"2/13/2024", "02/13/2024"}});
     EXPECT_EQ(Variant(1234.5).toText(), u"1234,5");
     EXPECT_EQ(Variant::fromDate(45351.75).toText(), u"29/02/2024 18:00:00");
 
     const ScopedVariable gone("LC_ALL", "xx_XX.UTF-8");
-    check(VT_R8, {{u"1.5", "1.5"}});
+    convert(VT_R8, {{u"1.5", "1.5"}});
 }
 
 TEST(Automation, KeepsErrorInformationOfEachThread)
