@@ -102,7 +102,7 @@ class Installed(unittest.TestCase):
 
     def test_a_client_in_cpp_builds_outside_the_tree(self):
         source = next(self.tree.glob("share/doc/*/examples/clients"))
-        run("cmake", "-S", source, "-B", self.scratch / "client", f"-DCMAKE_PREFIX_PATH={self.tree}",
+        run("cmake", "-G", "Ninja", "-S", source, "-B", self.scratch / "client", f"-DCMAKE_PREFIX_PATH={self.tree}",
             f"-DCMAKE_CXX_COMPILER={cached('CMAKE_CXX_COMPILER')}", f"-DCMAKE_CXX_FLAGS={cached('CMAKE_CXX_FLAGS')}")
         run("cmake", "--build", self.scratch / "client")
         registered = self.scratch / "registered"

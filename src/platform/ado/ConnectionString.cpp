@@ -10,6 +10,8 @@ namespace vqloan {
 namespace {
 
 constexpr std::u16string_view blanks = u" \t\r\n";
+// With these in front a value means something else than it says.
+constexpr std::u16string_view startsOtherwise = u" \t\r\n\"'=";
 
 std::u16string_view withoutTrailingBlanks(std::u16string_view text)
 {
@@ -137,8 +139,9 @@ const std::u16string* ConnectionString::find(std::u16string_view key) const
 
 std::u16string enclosed(std::u16string_view value)
 {
-    const bool isPlain =
-        value.find_first_of(u";{}") == value.npos && !value.starts_with(u' ') && !value.ends_with(u' ');
+    const bool isPlain = value.empty() || (value.find_first_of(u";{}") == value.npos &&
+                                           startsOtherwise.find(value.front()) == value.npos &&
+                                           blanks.find(value.back()) == value.npos);
     if (isPlain)
         return std::u16string(value);
     std::u16string text = u"{";
