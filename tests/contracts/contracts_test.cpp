@@ -217,7 +217,7 @@ TEST(RecordError, GathersMergesAndStores)
     };
     for (const auto& [what, failure, given, flags, stored] : cases)
         // Once as it is, then with each of the calls failing; a store that fails has been called.
-        for (const std::size_t failing : {2, 0, 1}) {
+        for (const std::size_t failing : {2u, 0u, 1u}) {
             calls = {.failing = failing};
             pending::set(std::make_exception_ptr(failure));
             RecordError(given, flags, Variant(u"8th"), 9);

@@ -257,7 +257,8 @@ TEST_P(LooseServer, NoValueLeavesItsStatement)
     for (int i = 0; i < 2; ++i) { // the second time its shape is known
         for (const auto& [code, number] : cases) {
             const auto rows = createRecordset();
-            const Failed failed = failureOf([&] { rows->Open(select(code, number), connection, 2, 1, 1); });
+            const Failed failed =
+                failureOf([&, asked = select(code, number)] { rows->Open(asked, connection, 2, 1, 1); });
             EXPECT_TRUE(failed.number != 0 || rows->Eof()) << text::toUtf8(code + number);
             EXPECT_TRUE(failed.number == 0 || number != u"1") << failed.description;
             EXPECT_LT(failed.seconds, 4);
@@ -362,7 +363,7 @@ TEST_F(MariaDb, KeepsTheLimitsOfItsConnectionText)
         {"Driver={MariaDB Unicode};Server=127.0.0.1;CONN_TIMEOUT=1;Port=" + port, connectionFailed},
     };
     for (const auto& [text, number] : cases) {
-        const Failed failed = failureOf([&] { query(open(text), "SELECT SLEEP(9)"); });
+        const Failed failed = failureOf([&, &limited = text] { query(open(limited), "SELECT SLEEP(9)"); });
         EXPECT_EQ(failed.number, number) << text << failed.description;
         EXPECT_LT(failed.seconds, 6) << text;
     }
