@@ -367,7 +367,8 @@ TEST(Automation, FindsRegisteredClasses)
         std::thread([&, &result = result] {
             ComPtr<IUnknown> created;
             EXPECT_EQ(create(created), result);
-            CoFreeUnusedLibraries();
+            created.reset();
+            std::thread(CoFreeUnusedLibraries).join();
             EXPECT_EQ(isLoaded(), result == S_OK);
         }).join();
     }

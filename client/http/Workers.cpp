@@ -122,7 +122,7 @@ private:
 thread_local Workers::Worker* Workers::current = nullptr;
 
 Workers::Workers(const std::vector<Site>& sites, Kind kind, Log& log, Metrics& metrics)
-    : kind_(kind), log_(log), metrics_(metrics)
+    : component_(sites.front().source()), kind_(kind), log_(log), metrics_(metrics)
 {
     for (const Site& site : sites) {
         std::promise<void> ready;

@@ -19,6 +19,7 @@
 #include "Site.h"
 #include "http/Http.h"
 #include "http/Metrics.h"
+#include "platform/program/Program.h"
 
 namespace vqloan::client::http {
 
@@ -80,6 +81,7 @@ private:
     Job next();
     void ask(Block& block);
 
+    const program::Library component_; // loaded until the last thread that used it has ended
     const Kind kind_;
     Log& log_;
     Metrics& metrics_;

@@ -5,6 +5,7 @@
 #include "component/face/ClassFactory.h"
 #include "component/face/DispSvrInterface.h"
 #include "platform/runtime/ComPtr.h"
+#include "platform/runtime/PerThread.h"
 #include "platform/runtime/Registration.h"
 
 using namespace vqloan;
@@ -28,7 +29,7 @@ STDAPI DllGetClassObject(REFCLSID clsid, REFIID iid, void** object)
 
 STDAPI DllCanUnloadNow()
 {
-    return ModuleUse::none() ? S_OK : S_FALSE;
+    return ModuleUse::none() && !threads::othersRemain() ? S_OK : S_FALSE;
 }
 
 STDAPI DllRegisterServer()

@@ -2,6 +2,7 @@
 // registered, and ends the program when there is none. A key of our own fails like any other call.
 #include "platform/runtime/ThreadInstances.h"
 
+#include <atomic>
 #include <memory>
 #include <new>
 
@@ -10,9 +11,14 @@
 namespace vqloan::threads {
 namespace {
 
+std::atomic<long> threads = 0; // that have instances
+
 void destroy(void* instances)
 {
+    if (!instances)
+        return;
     delete static_cast<ThreadInstances*>(instances);
+    --threads;
 }
 
 struct Key
@@ -42,7 +48,13 @@ ThreadInstances& ofThisThread()
     auto instances = std::make_unique<ThreadInstances>();
     if (!key.made || pthread_setspecific(key.number, instances.get()) != 0)
         throw std::bad_alloc();
+    ++threads;
     return *instances.release();
+}
+
+bool othersRemain() noexcept
+{
+    return threads > (key.made && pthread_getspecific(key.number) ? 1 : 0);
 }
 
 } // namespace vqloan::threads

@@ -113,6 +113,11 @@ ThreadInstances& ofThisThread()
     return findOrMake().instances;
 }
 
+bool othersRemain() noexcept
+{
+    return false;
+}
+
 } // namespace vqloan::threads
 
 // In place of the C++ library's own, which are thread_local.
