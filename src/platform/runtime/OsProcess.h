@@ -15,7 +15,7 @@ std::optional<std::u16string> environmentVariable(const std::u16string& name);
 // relative path and the working directory has changed since.
 std::u16string loadedFile();
 
-// Today's date in the process's local time zone as it is set now.
+// Today's date in the process's local time zone; that it has changed is noticed within a second.
 std::chrono::year_month_day localDate();
 
 // Milliseconds on a clock that never goes back.

@@ -1,5 +1,6 @@
 #include "platform/runtime/OsProcess.h"
 
+#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -71,10 +72,15 @@ std::u16string loadedFile()
 
 std::chrono::year_month_day localDate()
 {
-    ::tzset(); // localtime_r alone need not notice that TZ has changed
     const std::time_t now = std::time(nullptr);
     if (now == std::time_t{-1}) // a day of 1969 would make loans of overdue ones
         throw RuntimeError(Failure::DeviceIoError, errno);
+    // localtime_r alone need not notice another time zone, and looking for one asks the system for a file.
+    static std::atomic<std::time_t> looked;
+    if (looked != now) {
+        ::tzset();
+        looked = now;
+    }
     std::tm local{};
     ::localtime_r(&now, &local);
     return {std::chrono::year(local.tm_year + 1900),
