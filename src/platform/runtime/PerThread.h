@@ -15,8 +15,8 @@ struct Kind
 // The calling thread's instance of that kind. Throws std::bad_alloc.
 void* instanceOf(const Kind& kind);
 
-// True while a thread other than the calling one still runs and would come back here when it ends, so that the
-// module must stay. Never where the system has that done by the module before it goes.
+// True while a thread other than the calling one still runs and would come back here when it ends, so that
+// the module must stay. Never where the system has that done by the module before it goes.
 bool othersRemain() noexcept;
 
 } // namespace threads

@@ -27,8 +27,8 @@ constexpr int stepsBetweenLooks = 10000;
 constexpr std::int64_t longestKept = 50;
 
 // SQLite counts its memory under one lock, which threads with an object each would queue for at every value.
-// It is told when this module is loaded, so that a client that wants the figures can still ask for them; where
-// the client has used SQLite before, it refuses, and all is as the client has it.
+// It is told when this module is loaded, so that a client that wants the figures can still ask for them;
+// where the client has used SQLite before, it refuses, and all is as the client has it.
 [[maybe_unused]] const int uncounted = sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
 
 // None also where the file cannot be asked about: such a one is not known to be the same.
