@@ -37,11 +37,14 @@ fs::path filesOf(const Site& site, site::Kind kind)
            site::gatewayFile(settings.ClientId, u"");
 }
 
-std::optional<program::FileLock> tryTake(const fs::path& file)
+// Nothing while another one has it, and when it cannot be taken: `why` says so then.
+std::optional<program::FileLock> tryTake(const fs::path& file, std::string& why)
 {
     try {
+        why.clear();
         return program::FileLock::tryTake(file);
-    } catch (const std::system_error&) {
+    } catch (const std::system_error& error) {
+        why = error.what();
         return std::nullopt;
     }
 }
@@ -62,10 +65,13 @@ Turn::Turn(const Site& site, site::Kind kind, std::chrono::seconds limit)
     const fs::path lock = with(files, site::lockExtension), request = with(files, site::requestExtension),
                    answer = with(files, site::answerExtension);
     const auto deadline = std::chrono::steady_clock::now() + limit;
-    while (!(lock_ = tryTake(lock)) && fs::exists(lock, ignored)) {
+    std::string why;
+    while (!(lock_ = tryTake(lock, why)) && fs::exists(lock, ignored)) {
         if (std::chrono::steady_clock::now() > deadline)
-            throw std::runtime_error("another client asks with the number of " + program::utf8Of(request) +
-                                     ": " + printable(program::FileLock::holder(lock)));
+            throw std::runtime_error(why.empty() ? "another client asks with the number of " +
+                                                       program::utf8Of(request) + ": " +
+                                                       printable(program::FileLock::holder(lock))
+                                                 : "the lock of this client number cannot be taken: " + why);
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
     if (!lock_)

@@ -19,7 +19,8 @@ namespace vqloan::client {
 class Turn
 {
 public:
-    // Waits at most `limit` for another one to end; then throws std::runtime_error, which says who holds it.
+    // Waits at most `limit` for another one to end; then throws std::runtime_error, which says who holds it,
+    // or why it cannot be had.
     // For a kind without exchange files, and where the exchange directory is not there or nothing can be made
     // in it, which fails each question anyway, this does nothing.
     Turn(const Site& site, site::Kind kind, std::chrono::seconds limit);

@@ -15,7 +15,8 @@ class FileLock
 {
 public:
     // Nothing when another program holds it, and when it is held in this one. Throws std::system_error when
-    // the file can be neither made nor opened, or is no regular file.
+    // the file can be neither made nor opened, is no regular file, or was left by another account and cannot
+    // be removed.
     static std::optional<FileLock> tryTake(const std::filesystem::path& file);
     // Whether a program that runs holds it; false where there is no such file. For as long as this looks, a
     // program that wants the lock takes it for held.

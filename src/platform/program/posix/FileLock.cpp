@@ -17,7 +17,21 @@ int openLock(const std::filesystem::path& file)
 {
     constexpr int strict = O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
     const int opened = open(file.c_str(), O_RDWR | O_CREAT | strict, 0666);
-    return opened >= 0 || errno != EACCES ? opened : open(file.c_str(), O_RDONLY | strict);
+    if (opened >= 0 || errno != EACCES)
+        return opened;
+    const int readable = open(file.c_str(), O_RDONLY | strict);
+    if (readable < 0)
+        errno = EACCES; // where there is none, that it cannot be made is what has failed
+    return readable;
+}
+
+// Whether the file that is open here still has this name. Another may have it by now, in a directory that was
+// replaced.
+bool isNamed(int opened, const std::filesystem::path& file)
+{
+    struct stat mine, there;
+    return fstat(opened, &mine) == 0 && lstat(file.c_str(), &there) == 0 && mine.st_ino == there.st_ino &&
+           mine.st_dev == there.st_dev;
 }
 
 [[noreturn]] void fail(int error, const std::filesystem::path& file)
@@ -34,7 +48,7 @@ std::optional<FileLock> FileLock::tryTake(const std::filesystem::path& file)
         if (opened < 0)
             fail(errno, file);
         FileLock lock({}, opened); // without a name it only closes
-        struct stat mine, there;
+        struct stat mine;
         if (fstat(opened, &mine) != 0 || !S_ISREG(mine.st_mode))
             fail(EINVAL, file);
         if (flock(opened, LOCK_EX | LOCK_NB) != 0) {
@@ -44,11 +58,12 @@ std::optional<FileLock> FileLock::tryTake(const std::filesystem::path& file)
         }
         // Left by one that was killed: the new one is another file, so that others can tell who asks.
         if (mine.st_size > 0) {
-            unlink(file.c_str());
+            if (unlink(file.c_str()) != 0 && errno != ENOENT)
+                fail(errno, file);
             continue;
         }
         // Its last holder may have removed it before it was locked here; then it locks nothing.
-        if (stat(file.c_str(), &there) != 0 || mine.st_ino != there.st_ino || mine.st_dev != there.st_dev)
+        if (!isNamed(opened, file))
             continue;
         lock.file_ = file;
         const std::string who = "process " + std::to_string(getpid()) + "\n";
@@ -83,7 +98,7 @@ FileLock::~FileLock()
 {
     if (handle_ == none)
         return;
-    if (!file_.empty())
+    if (!file_.empty() && isNamed(static_cast<int>(handle_), file_))
         unlink(file_.c_str());
     close(static_cast<int>(handle_));
 }
