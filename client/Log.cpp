@@ -103,6 +103,7 @@ void Log::write(const char* level, std::string_view event)
     static std::mutex writing;
     const std::lock_guard lock(writing);
     const std::string line = timeOfDay() + ' ' + level + ": " + printable(event) + '\n';
+    std::cerr.clear(); // one line that could not be written, as on a full disk, is not the end of the log
     std::cerr << line << std::flush;
 }
 

@@ -1,6 +1,7 @@
 #include "platform/program/Program.h"
 
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -60,7 +61,14 @@ std::vector<std::string> commandLine(int argc, char** argv)
     return {argv, argv + argc};
 }
 
-void prepareStreams() {}
+// What is opened next would take the place of a stream that is closed, and get what is written to it. So it
+// goes where its every use fails.
+void prepareStreams()
+{
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        if (fcntl(stream, F_GETFD) < 0)
+            static_cast<void>(open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY));
+}
 
 void endNow(int status) noexcept
 {

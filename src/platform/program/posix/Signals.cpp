@@ -21,6 +21,8 @@ Signals::Signals()
 {
     // Ignored, as where a shell has started the program in the background, it would not come at all.
     signal(SIGINT, SIG_DFL);
+    // Writing where nobody reads any more fails, and ends nothing.
+    signal(SIGPIPE, SIG_IGN);
     const sigset_t set = awaited();
     pthread_sigmask(SIG_BLOCK, &set, nullptr);
 }
