@@ -14,7 +14,7 @@ namespace vqloan::program {
 namespace {
 
 // A rename into the directory comes as IN_MOVED_TO, a file written in place as IN_CLOSE_WRITE.
-constexpr std::uint32_t watched = IN_CLOSE_WRITE | IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
+constexpr std::uint32_t watched = IN_CLOSE_WRITE | IN_MOVED_TO | IN_ONLYDIR;
 
 } // namespace
 
@@ -39,7 +39,13 @@ struct DirectoryWatch::System
         event.data.fd = descriptor;
         epoll_ctl(both, EPOLL_CTL_ADD, descriptor, &event);
     }
-    void watch() { number = inotify_add_watch(notices, directory.c_str(), watched); }
+    // Gives the same number for as long as the name is that of the same directory.
+    void watch()
+    {
+        const int now = inotify_add_watch(notices, directory.c_str(), watched), before = number.exchange(now);
+        if (before >= 0 && before != now)
+            inotify_rm_watch(notices, before);
+    }
 
     std::filesystem::path directory;
     const int notices = inotify_init1(IN_CLOEXEC | IN_NONBLOCK);
@@ -73,10 +79,6 @@ DirectoryWatch::Notice DirectoryWatch::wait(std::chrono::milliseconds limit)
     for (ssize_t at = 0; at < size;) {
         const auto& seen = *reinterpret_cast<const inotify_event*>(buffer + at);
         at += static_cast<ssize_t>(sizeof seen + seen.len);
-        if ((seen.mask & (IN_DELETE_SELF | IN_MOVE_SELF)) != 0 && seen.wd == system_->number) {
-            inotify_rm_watch(system_->notices, seen.wd); // another directory may have its name by now
-            system_->number = -1;
-        }
         if ((seen.mask & IN_Q_OVERFLOW) != 0)
             notice.lookAround = true;
         else if (seen.len > 0)
@@ -93,8 +95,7 @@ void DirectoryWatch::wake() noexcept
 
 void DirectoryWatch::renew()
 {
-    if (system_->number < 0)
-        system_->watch();
+    system_->watch();
 }
 
 } // namespace vqloan::program
