@@ -26,6 +26,9 @@ Requests::Requests(const AskOptions& options)
     if (isSingle && !options.file.empty())
         throw std::runtime_error("either a file or one copy can be asked about, not both");
     if (isSingle) {
+        for (const std::string& value : {options.library, options.shelf, options.inventory, options.note})
+            if (value.find_first_of("\t\r\n") != value.npos || !text::isUtf8(value))
+                throw std::runtime_error("a copy is asked about in UTF-8, without TABs and line ends");
         single_ = text::fromUtf8(options.library + '\t' + options.shelf + '\t' + options.inventory + '\t' +
                                  options.note);
         return;

@@ -72,7 +72,8 @@ public:
     void add(std::size_t request, const std::string& text)
     {
         constexpr std::size_t mostKinds = 100;
-        if (counts_.size() < mostKinds && counts_[text]++ == 0)
+        const bool isKnown = counts_.contains(text) || counts_.size() < mostKinds;
+        if (counts_[isKnown ? text : "other failures"]++ == 0)
             std::cerr << "vqloan: request " << request << ": " << printable(text) << '\n';
     }
     void end() const
