@@ -23,7 +23,7 @@ PUT_DIRECTORY = 3
 def find(site: pathlib.Path) -> pathlib.Path:
     """The site's own component, else the one that is installed. Raises ComponentError."""
     for file in (site / FILE, *_installed()):
-        if file.exists():
+        if os.path.exists(file):
             return file
     raise ComponentError(f"there is no {FILE} in {site}, and none is installed; make one with `vqloan site {site}`, "
                          "or name its file as `component`")
@@ -49,7 +49,7 @@ class Component:
             raise ComponentError("this package is for systems without automation of their own; on Windows use the "
                                  "class VQLoan.DispSvr")
         directory = pathlib.Path(os.path.abspath(site))
-        if not directory.is_dir():
+        if not os.path.isdir(directory):
             raise ComponentError(f"there is no directory {directory}")
         self.file = pathlib.Path(os.path.abspath(file)) if file is not None else find(directory)
         try:
@@ -90,6 +90,8 @@ class Component:
         path = self.automation.new_text(str(directory))
         try:
             settings.call(PUT_DIRECTORY, path)
+        except CallFailed as failure:
+            raise ComponentError(f"{self.file} does not take the directory {directory}: {failure}") from None
         finally:
             self.automation.free_text(path)
             settings.release()

@@ -61,9 +61,11 @@ class Server:
         """Closes the back end; more than once does no harm."""
         if self._open:
             self._check_thread()
-            self._open = False
-            self._component.object.call(SHUT_DOWN)
-            self._component.object.release()
+            try:
+                self._call(SHUT_DOWN)
+            finally:
+                self._open = False
+                self._component.object.release()
 
     def ask(self, copies: Iterable[Copy]) -> Iterator[Answer]:
         """The answers, in the order of the copies, each when it is there.

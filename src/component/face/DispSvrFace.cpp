@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <exception>
-#include <filesystem>
 #include <string>
 #include <type_traits>
 
@@ -10,6 +9,7 @@
 #include "component/face/ErrorInfo.h"
 #include "platform/runtime/Bstr.h"
 #include "platform/runtime/ComPtr.h"
+#include "platform/runtime/OsFile.h"
 #include "platform/runtime/TypeInfo.h"
 #include "platform/runtime/Variant.h"
 
@@ -277,7 +277,7 @@ HRESULT DispSvrFace::InterfaceSupportsErrorInfo(REFIID iid)
 HRESULT DispSvrFace::put_Directory(BSTR value)
 {
     return enter({}, [&] {
-        if (SysStringLen(value) > 0 && !std::filesystem::path(viewOf(value)).is_absolute())
+        if (SysStringLen(value) > 0 && !os::nativePath(viewOf(value)).is_absolute())
             return E_INVALIDARG;
         server_.SettingsDir = viewOf(value);
         server_.Ini = nullptr; // bound to the other directory's file
