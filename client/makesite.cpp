@@ -134,6 +134,12 @@ std::string usablePath(const fs::path& directory)
     return text::toUtf8(path);
 }
 
+// As a shell takes it for one word.
+std::string word(const std::string& path)
+{
+    return path.find(' ') == path.npos ? path : '"' + path + '"';
+}
+
 std::string withDirectory(std::string_view sample, const std::string& directory)
 {
     std::string all(sample);
@@ -178,11 +184,11 @@ int makeSite(const SiteOptions& options)
     maker.makeExchange("host");
     if (options.sample) {
         makeSample(maker, options.copies);
-        std::cout << "Try it: vqloan ask --kind SQL2 --site " << path << " --format table " << path
-                  << "/requests.txt\n";
+        std::cout << "Try it: vqloan ask --kind SQL2 --site " << word(path) << " --format table "
+                  << word(path + "/requests.txt") << '\n';
     } else {
-        std::cout << "Next: name the database in SvrDisp.ini, then vqloan check --kind SQL2 --site " << path
-                  << '\n';
+        std::cout << "Next: name the database in SvrDisp.ini, then vqloan check --kind SQL2 --site "
+                  << word(path) << '\n';
     }
     return allWell;
 }

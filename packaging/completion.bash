@@ -1,4 +1,4 @@
-# Completion of vqloan for bash. What it offers is what the program's own help says, but for the values of --kind.
+# Completion of vqloan for bash. What it offers is what the program's own help says.
 _vqloan_words() # SECTION-PATTERN: the first words of the indented lines below a heading of the help on standard input
 {
     awk -v section="$1" '/^[^ ]/ { inside = $0 ~ section } inside && /^ / { print $1 }'
@@ -10,7 +10,8 @@ _vqloan()
     COMPREPLY=()
     case $previous in
     --kind)
-        mapfile -t COMPREPLY < <(compgen -W "SQL2 SQL 7000" -- "$current")
+        mapfile -t COMPREPLY < <(compgen -W "$("${COMP_WORDS[0]}" "$command" --help 2>/dev/null |
+            sed -n 's/^ *Back end: //p' | sed 's/([^)]*),\{0,1\}//g')" -- "$current")
         return
         ;;
     --site | --exchange | site)
