@@ -177,7 +177,8 @@ class Ask(Site):
     def test_failures_and_their_exit_status(self):
         for kind, arguments, said in (
                 ("SQL2", ["absent.txt"], b"cannot read"), ("SQL2", ["."], b"cannot read"), ("SQL2", [], b"not UTF-8"),
-                ("SQL2", ["all.txt", "--library=01"], b""), ("SQL3", [], b"")):
+                ("SQL2", ["all.txt", "--library=01"], b""), ("SQL2", ["--library=01", "--inventory=1\t2"], b"without TABs"),
+                ("SQL3", [], b"")):
             with self.subTest(kind, arguments=arguments):
                 self.assertIn(said, self.ask(kind, *arguments, text=b"01\t\xff\n", status=2, cwd=self.site).stderr)
         refused = self.ask("SQL2", text=b"01 KA000002\n01\t\tKA000002\n02 KA000002\n", status=1)
@@ -187,6 +188,9 @@ class Ask(Site):
         with open("/dev/full", "wb") as full:
             lost = subprocess.run([VQLOAN, "ask", "--kind=SQL2", f"--site={self.site}", "--library=01"], stdout=full)
         self.assertEqual(lost.returncode, 2)
+        # What is closed is not the next file that is opened.
+        closed = self.ask("SQL2", status=2, preexec_fn=lambda: os.close(0))
+        self.assertIn(b"cannot read the standard input", closed.stderr)
         self.edit("SvrDisp.ini", b"PATH=" + bytes(self.site / "gateway"), b"PATH=/nowhere")
         row = self.rows("SQL", status=1)[0]
         self.assertEqual((row["outcome"], row["availability"]), ("failure", "Errore nei parametri"))
@@ -502,6 +506,22 @@ class Serving(Site):
         server.send_signal(signal.SIGHUP)
         await_true(lambda: b"DENTRO" in ask(b"WL,02123456"), "the new table")
         self.assertIn(b"served already (process", run("host", "--exchange", self.site / "host", table, status=2).stderr)
+        # The same where another directory has the name, and another server was the first to have it.
+        shutil.move(self.site / "host", self.scratch / "gone")
+        (self.site / "host").mkdir()
+        second = self.serve("host", "--exchange", self.site / "host", table)
+        await_true(lambda: ask(b"WL,02123456") and "served already" in self.log.read_text(), "the first one's complaint")
+        self.assertIn(str(second.pid), (self.site / "host/Z7000_.lock").read_text())
+
+    def test_output_that_nobody_reads_ends_no_server(self):
+        server = subprocess.Popen([VQLOAN, "gateway", f"--site={self.site}", "-v"], stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        server.stdout.readline()
+        server.stdout.close()
+        server.stderr.close()
+        for _ in range(2):
+            self.assertIn(b"Disponibile", self.exchange(b"WL,KA000001,00\r\n"))
+        server.terminate()
+        self.assertEqual(server.wait(), 2)  # it could not say how many
 
     def test_nobody_is_answered_who_does_not_wait_any_more(self):
         gateway = self.site / "gateway"
@@ -605,6 +625,8 @@ class Documents(Site):
             self.assertIn(b"Disponibile", ask().stdout)
         run("unregister", "--site", odd, env=environment)
         self.assertEqual(ask().returncode, 2)
+        (odd / "VQLoan.so").unlink()  # so that another one is told the directory
+        run("ask", "--kind", "SQL2", "--site", odd, "--library", "00", "--inventory", "KA000001")
 
     def test_manual_page_names_every_option(self):
         page = (ROOT / "client/vqloan.1").read_text().replace("\\-", "-")
