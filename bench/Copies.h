@@ -199,11 +199,7 @@ public:
         return server_.Make_LstDispo(copy.wideInventory, library);
     }
     // To a request of lines.
-    std::u16string answers(std::u16string_view request)
-    {
-        std::u16string handle, bid;
-        return server_.VisNre(handle, bid, request);
-    }
+    std::u16string answers(std::u16string_view request) { return server_.VisNre(request); }
 
 private:
     DispSvr server_;

@@ -40,9 +40,8 @@ std::u16string request(int lines, Code code)
 void answer(benchmark::State& state, DispSvr& svr, int lines, Code code)
 {
     const std::u16string buf = request(lines, code);
-    std::u16string handle, bid;
     for (auto _ : state)
-        if (svr.VisNre(handle, bid, buf).empty())
+        if (svr.VisNre(buf).empty())
             state.SkipWithError("the request was refused");
     state.SetItemsProcessed(state.iterations() * lines);
 }
@@ -94,11 +93,10 @@ int main(int argc, char** argv)
     database.TabMessa = {u"", u"1\ta", u"2\tDisponibile"};
     database.TabStati = {u""};
 
-    std::u16string handle, bid;
     for (const auto& [svr, code] : {std::pair<DispSvr*, Code>(&database, equal), {&host, descending}}) {
         const std::u16string buf = request(longest, code);
         const long before = peakKilobytes();
-        const std::size_t size = svr->VisNre(handle, bid, buf).size();
+        const std::size_t size = svr->VisNre(buf).size();
         std::printf("%s: %d lines, an answer of %zu characters: %.1f MiB above the start\n",
                     svr == &host ? "7000" : "SQL2", longest, size,
                     static_cast<double>(peakKilobytes() - before) / 1024);

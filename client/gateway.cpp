@@ -99,7 +99,7 @@ private:
     std::u16string ask(std::u16string_view inventory, std::u16string& library)
     {
         std::u16string first = library;
-        std::u16string record = svr_->CallDB(inventory, first, {});
+        std::u16string record = svr_->CallDB(inventory, first);
         if (site::isFailure(record))
             log_.trouble("failure " + std::to_string(svr_->ErrNumber()) + " of the database", lastFailure());
         else if (!first.empty())

@@ -120,8 +120,8 @@ private:
     void addHostLine(Item& item)
     {
         const Checked library = check(svr_, item);
-        std::optional<OtherGroup::Place>
-            searched; // first: where there is no place left, the host is not asked
+        // First: where there is no place left, the host is not asked.
+        std::optional<OtherGroup::Place> searched;
         if (!isOwn(item))
             searched = others_.search(library.name, number_);
 
@@ -129,11 +129,11 @@ private:
         if (library.skipped) {
             line.append(site::notVerifiable).append(tab).append(library.message).append(tab);
         } else {
-            const std::u16string answer = svr_.CallDB(item.inventory, item.library, library.message);
+            const std::u16string answer = svr_.CallDB(item.inventory, item.library);
             if (site::isFailure(answer))
                 line = failureLine(item, answer);
             else
-                line.append(answer).append(tab).append(library.message).append(tab);
+                line.append(answer).append(tab).append(tab);
         }
         if (isOwn(item))
             addOwn(std::move(line));
@@ -144,7 +144,7 @@ private:
     std::u16string answerLine(Item& item, Kind kind)
     {
         const std::u16string description = describe(item);
-        const std::u16string answer = svr_.CallDB(item.inventory, item.library, {});
+        const std::u16string answer = svr_.CallDB(item.inventory, item.library);
         if (site::isFailure(answer))
             return failureLine(item, answer);
         std::u16string line;
@@ -182,7 +182,7 @@ private:
 
 } // namespace
 
-std::u16string DispSvr::VisNre(std::u16string& /*Handle*/, std::u16string& /*Bid*/, std::u16string_view Buf)
+std::u16string DispSvr::VisNre(std::u16string_view Buf)
 {
     try {
         const OneState forAllLines;

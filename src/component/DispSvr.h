@@ -81,7 +81,7 @@ public:
                    VARIANT* HelpContext, VARIANT* LastDLLError);
     // Answers a block of request lines; the empty text when it failed. Records, but throws what
     // SysTools::AfterError throws. Reads DBType, BibPosse, SkipText and what the back end reads.
-    std::u16string VisNre(std::u16string& Handle, std::u16string& Bid, std::u16string_view Buf);
+    std::u16string VisNre(std::u16string_view Buf);
     // A listed library's name, with "**" in front when its group is the skipped one; the empty text for a
     // code that is not listed. Reads TabBib, SkipCode.
     std::u16string TestCodBib(std::u16string_view CodBib) const;
@@ -112,7 +112,7 @@ public:
                                std::u16string& Answer) noexcept;
     // One copy's answer from the back end in force: a host's text, or a record without its first field, which
     // replaces Bib. A failure starts with the failure marker. Reads DBType.
-    std::u16string CallDB(std::u16string_view Inv, std::u16string& Bib, std::u16string_view Note);
+    std::u16string CallDB(std::u16string_view Inv, std::u16string& Bib);
 
     // The text of the first line with exactly that code; the empty text when there is none. 6 "Overflow" for
     // a table that goes beyond element 32,767.

@@ -25,7 +25,7 @@ void split(std::u16string& answer, std::u16string& library)
 
 } // namespace
 
-std::u16string DispSvr::CallDB(std::u16string_view Inv, std::u16string& Bib, std::u16string_view /*Note*/)
+std::u16string DispSvr::CallDB(std::u16string_view Inv, std::u16string& Bib)
 {
     std::u16string answer;
     switch (static_cast<Kind>(DBType)) {

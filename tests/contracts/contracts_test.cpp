@@ -401,13 +401,12 @@ TEST(Make_LstDispo, AsksInItsOrderAndReleasesOnEveryPath)
 TEST(VisNre, TellsOfItsFailureAfterRecordingIt)
 {
     const std::u16string tooLong(40000, u'x');
-    std::u16string unused;
     calls = {};
-    EXPECT_EQ(DispSvr().VisNre(unused, unused, tooLong), u"");
+    EXPECT_EQ(DispSvr().VisNre(tooLong), u"");
     EXPECT_EQ(calls.made, (std::vector<std::string>{"StoreError 6, SvrODBC.VisNre, Overflow, , 0, 0, 0, -, 0",
                                                     "AfterError"}));
     calls = {.failing = 1};
-    EXPECT_EQ(failureOf([&] { DispSvr().VisNre(unused, unused, tooLong); }).number, 1000);
+    EXPECT_EQ(failureOf([&] { DispSvr().VisNre(tooLong); }).number, 1000);
 }
 
 } // namespace

@@ -42,9 +42,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     static Exchange exchange;
     exchange.answer = std::string(Input(data, size).rest()) + "\r\n";
     write(exchange.directory / "ZSQL_000.CL2", exchange.answer);
-    std::u16string none;
     for (DispSvr* server : {&exchange.gateway, &exchange.host}) {
-        const std::u16string line = server->VisNre(none, none, u"01\t\tx9");
+        const std::u16string line = server->VisNre(u"01\t\tx9");
         expect(line.find(u"\r\n") + 2 == line.size() || server->ErrNumber() == 6, "the line", line);
     }
     return 0;

@@ -28,9 +28,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
         static_cast<std::int16_t>(input.byte() % 3); // none, host, gateway: neither can be reached
     server.BibPosse = text::fromCodePage(input.piece('\n'));
     server.ExchPath = u"/nowhere";
-    std::u16string handle, bid;
     for (const std::u16string& request : {text::fromUtf8(input.rest()), text::fromCodePage(input.rest())}) {
-        const std::u16string answer = server.VisNre(handle, bid, request);
+        const std::u16string answer = server.VisNre(request);
         expect(lines(answer) == lines(request) || (answer.empty() && server.ErrNumber() == 6), "the answer",
                answer);
     }

@@ -16,29 +16,6 @@
 namespace vqloan {
 namespace {
 
-// A text that the caller passes by reference: the operation works on a copy, and the caller's BSTR is
-// replaced at the end when the copy has changed. That holds for an operation that fails too, as the variable
-// is the caller's own.
-class InOutText
-{
-public:
-    explicit InOutText(BSTR* caller) : caller_(caller), before_(viewOf(*caller)), text(before_) {}
-    ~InOutText()
-    {
-        if (text != before_)
-            SysReAllocStringLen(caller_, toOle(text.data()), static_cast<UINT>(text.size()));
-    }
-    InOutText(const InOutText&) = delete;
-    InOutText& operator=(const InOutText&) = delete;
-
-private:
-    BSTR* caller_;
-    std::u16string before_;
-
-public:
-    std::u16string text;
-};
-
 BSTR newText(std::u16string_view text)
 {
     return Bstr(text).release();
@@ -232,16 +209,15 @@ HRESULT DispSvrFace::LastError(VARIANT* Number, VARIANT* Source, VARIANT* Descri
     });
 }
 
+// Handle and Bid are neither read nor changed, and TestCodBib leaves its code as it was given.
 HRESULT DispSvrFace::VisNre(BSTR* Handle, BSTR* Bid, BSTR Buf, BSTR* result)
 {
     return enter({Handle, Bid, result}, [&] {
         *result = nullptr;
-        InOutText handle(Handle), bid(Bid);
-        *result = newText(server_.VisNre(handle.text, bid.text, viewOf(Buf)));
+        *result = newText(server_.VisNre(viewOf(Buf)));
     });
 }
 
-// The code comes back as it was given: the check does not change it.
 HRESULT DispSvrFace::TestCodBib(BSTR* CodBib, BSTR* result)
 {
     return enter({CodBib, result}, [&] {
