@@ -625,8 +625,10 @@ class Documents(Site):
             self.assertIn(b"Disponibile", ask().stdout)
         run("unregister", "--site", odd, env=environment)
         self.assertEqual(ask().returncode, 2)
-        (odd / "VQLoan.so").unlink()  # so that another one is told the directory
-        run("ask", "--kind", "SQL2", "--site", odd, "--library", "00", "--inventory", "KA000001")
+        # With another component, which is told the directory, and with a database that is named without one.
+        (odd / "VQLoan.so").unlink()
+        (odd / "SvrDisp.ini").write_bytes(re.sub(rb"(Data Source=).*/", rb"\1", (odd / "SvrDisp.ini").read_bytes()))
+        run("ask", "--kind", "SQL2", "--site", odd, "--library", "00", "--inventory", "KA000001", cwd=odd)
 
     def test_manual_page_names_every_option(self):
         page = (ROOT / "client/vqloan.1").read_text().replace("\\-", "-")

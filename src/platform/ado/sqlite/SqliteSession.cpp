@@ -56,11 +56,13 @@ std::shared_ptr<Session> openSqlite(const OpenRequest& request)
 SqliteSession::SqliteSession(const std::u16string& file, std::int32_t timeLimit)
 {
     // Looked at before SQLite opens it: a file that is replaced in between counts as replaced.
-    const std::u16string path = std::filesystem::absolute(file).u16string();
+    const std::filesystem::path native = os::nativePath(file);
+    std::error_code unknown; // the working directory, and then SQLite finds no file either
+    const std::u16string path = os::pathText(std::filesystem::absolute(native, unknown));
     opened_ = stateOf(path);
     // Objects belong to one thread, so SQLite need not lock.
     const int opened =
-        sqlite3_open_v2(text::toUtf8(file).c_str(), &database_,
+        sqlite3_open_v2(native.c_str(), &database_,
                         SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE, nullptr);
     try {
         if (opened != SQLITE_OK)
