@@ -87,7 +87,7 @@ template <class Value> VARIANT variantOf(VARTYPE type, Value value)
     return result;
 }
 
-// The result of a conversion as text, so that tables can be read: real numbers with a point, dates month
+// The result of a conversion as text, so that tables can be read: real numbers with a point, dates day
 // first.
 std::string converted(const VARIANT& source, VARTYPE type)
 {
@@ -238,12 +238,12 @@ TEST(Automation, ConvertsTextToNumbers)
 TEST(Automation, ConvertsTextToDates)
 {
     const ScopedVariable locale("LC_ALL", "POSIX");
-    convert(VT_DATE, {{u"2024-02-29", "02/29/2024"}, {u"2024-02-29 10:30", "02/29/2024 10:30:00"}});
-    convert(VT_DATE, {{u" 2024-02-29T23:59:59.4Z ", "02/29/2024 23:59:59"}});
-    convert(VT_DATE, {{u"2024-02-29 23:59:59.6", "03/01/2024"}, {u"2958466", "overflow"}});
+    convert(VT_DATE, {{u"2024-02-29", "29/02/2024"}, {u"2024-02-29 10:30", "29/02/2024 10:30:00"}});
+    convert(VT_DATE, {{u" 2024-02-29T23:59:59.4Z ", "29/02/2024 23:59:59"}});
+    convert(VT_DATE, {{u"2024-02-29 23:59:59.6", "01/03/2024"}, {u"2958466", "overflow"}});
     convert(VT_DATE,
-            {{u"1/2/2024", "01/02/2024"}, {u"1/2/2024 ", "01/02/2024"}, {u"13.2.2024", "02/13/2024"}});
-    convert(VT_DATE, {{u"1-2-29", "01/02/2029"}, {u"1-2-30", "01/02/1930"}, {u"1.5", "12/31/1899 12:00:00"}});
+            {{u"1/2/2024 ", "01/02/2024"}, {u"13.2.2024", "13/02/2024"}, {u"2/13/2024", "13/02/2024"}});
+    convert(VT_DATE, {{u"1-2-29", "01/02/2029"}, {u"1-2-30", "01/02/1930"}, {u"1.5", "31/12/1899 12:00:00"}});
     convert(VT_DATE, {{u"10:30 PM", "22:30:00"}, {u"12:00 am", "00:00:00"}});
     checkAll("mismatch", VT_R8, {u"1899-12-29 06:00"});
     checkAll("mismatch", VT_DATE,
@@ -251,7 +251,8 @@ TEST(Automation, ConvertsTextToDates)
               u"0099-01-01"});
     // Before day 0 the time of day still counts forward.
     EXPECT_EQ(Variant(u"1899-12-29 06:00").toDate(), -1.25);
-    EXPECT_EQ(converted(Variant::fromDate(-1.25).get(), VT_BSTR), "12/29/1899 06:00:00");
+    EXPECT_EQ(Variant(u"1/2/2024").toDate(), 45323) << "not the second of January";
+    EXPECT_EQ(converted(Variant::fromDate(-1.25).get(), VT_BSTR), "29/12/1899 06:00:00");
 }
 
 TEST(Automation, ConvertsBetweenOtherTypes)
@@ -278,7 +279,7 @@ TEST(Automation, ConvertsBetweenOtherTypes)
         {money(15001), VT_I4, "2"}, {variantOf(VT_I8, 922337203685477ll), VT_CY, "922337203685477"},
         {variantOf(VT_UI8, 922337203685478ull), VT_CY, "overflow"},
         {variantOf(VT_DATE, 45351.75), VT_I4, "45352"}, {variantOf(VT_DATE, 3e6), VT_BSTR, "overflow"},
-        {variantOf(VT_I4, 45351), VT_DATE, "02/29/2024"},
+        {variantOf(VT_I4, 45351), VT_DATE, "29/02/2024"},
         {one, VT_DISPATCH, "mismatch"}, {one, VT_VARIANT, "bad type"},
     };
     // clang-format on
@@ -294,19 +295,21 @@ TEST(Automation, ConvertsBetweenOtherTypes)
 TEST(Automation, FollowsTheUsersLocale)
 {
     const ScratchDirectory scratch;
-    const std::string name = "it_IT.ISO-8859-1";
-    if (std::system(
-            ("localedef -i it_IT -f ISO-8859-1 " + (scratch / name).string() + " >/dev/null 2>&1").c_str()))
-        GTEST_SKIP() << "the Italian locale cannot be made on this machine";
-    const ScopedVariable path("LOCPATH", scratch.path().string()), all("LC_ALL", ""), time("LC_TIME", ""),
-        numeric("LC_NUMERIC", "C"), language("LANG", name);
+    const std::string name = "it_IT.ISO-8859-1", american = "en_US.ISO-8859-1";
+    for (const std::string& made : {name, american})
+        if (std::system(("localedef -f ISO-8859-1 -i " + made.substr(0, 5) + " " + (scratch / made).string() +
+                         " >/dev/null 2>&1")
+                            .c_str()))
+            GTEST_SKIP() << "locales cannot be made on this machine";
+    const ScopedVariable path("LOCPATH", scratch.path().string()), all("LC_ALL", ""),
+        time("LC_TIME", american), numeric("LC_NUMERIC", "C"), language("LANG", name);
     convert(VT_R8, {{u"1.5", "1.5"}});
     convert(VT_DATE, {{u"1/2/2024", "02/01/2024"}});
 
     const ScopedVariable over("LC_ALL", name);
     convert(VT_R8, {{u"1.234,5", "1234.5"}, {u"1.5", "15"}}); // the point groups digits
     convert(VT_I4, {{u"2,5", "2"}, {u"1,2,3", "mismatch"}});
-    convert(VT_DATE, {{u"1.2.2024", "02/01/2024"}, {u"2/13/2024", "02/13/2024"}});
+    convert(VT_DATE, {{u"1.2.2024", "01/02/2024"}, {u"2/13/2024", "13/02/2024"}});
     EXPECT_EQ(Variant(1234.5).toText(), u"1234,5");
     EXPECT_EQ(Variant::fromDate(45351.75).toText(), u"29/02/2024 18:00:00");
 

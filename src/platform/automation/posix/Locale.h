@@ -12,12 +12,12 @@ enum class DateOrder
     YearMonthDay
 };
 
-// As it stands, the conventions of a user without a locale.
+// As it stands, the conventions of a user without a locale; the day comes first, as where the libraries are.
 struct Locale
 {
     char16_t decimal = u'.';
     char16_t thousands = u','; // 0 where digits are not grouped
-    DateOrder order = DateOrder::MonthDayYear;
+    DateOrder order = DateOrder::DayMonthYear;
     char16_t dateSeparator = u'/';
 };
 
