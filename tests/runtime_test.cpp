@@ -33,7 +33,8 @@ TEST(Numbers, TheLeadingNumberIsTakenAndRounded)
         EXPECT_DOUBLE_EQ(numbers::leadingNumber(text), number) << text::toUtf8(text);
         EXPECT_EQ(numbers::toInteger(number), integer) << number;
     }
-    for (const char16_t* text : {u"1E999", u"-1E309", u"&H100000000", u"1E99999999999999999999"})
+    for (const char16_t* text :
+         {u"1E999", u"-1E309", u"&H100000000", u"1E99999999999999999999", u"10E2147483647"})
         EXPECT_EQ(failureOf([&] { numbers::leadingNumber(text); }).number, 6) << text::toUtf8(text);
     for (const double number : {32767.5, -32768.6, std::nan("")})
         EXPECT_EQ(failureOf([&] { numbers::toInteger(number); }).number, 6) << number;

@@ -86,14 +86,15 @@ bool isTiny(const std::string& mantissa, const std::string& exponent)
 {
     const auto first = mantissa.find_first_of("123456789");
     const auto point = std::min(mantissa.find('.'), mantissa.size());
-    long power = 0;
+    std::int32_t power = 0;
     if (exponent.size() > 1) {
         const auto outcome = std::from_chars(exponent.data() + 1 + (exponent[1] == '+'),
                                              exponent.data() + exponent.size(), power);
         if (outcome.ec != std::errc()) // no text is long enough to make up for such an exponent
             return exponent[1] == '-';
     }
-    return first == mantissa.npos || power + static_cast<long>(point) - static_cast<long>(first) < 0;
+    return first == mantissa.npos ||
+           power + static_cast<std::int64_t>(point) - static_cast<std::int64_t>(first) < 0;
 }
 
 } // namespace
