@@ -1,6 +1,5 @@
 // Class objects: from an identifier to an object, by way of the registry and the component's file.
 #include <algorithm>
-#include <cerrno>
 #include <filesystem>
 #include <memory>
 #include <mutex>
@@ -104,6 +103,7 @@ public:
         std::vector<std::shared_ptr<Library>>
             unused; // closed after the lock is gone: closing runs foreign code
         const std::lock_guard guard(mutex_);
+        unused.reserve(loaded_.size()); // what fails in the midst of erasing would leave holes
         std::erase_if(loaded_, [&](const std::shared_ptr<Library>& library) {
             if (library.use_count() > 1 || !library->canUnloadNow())
                 return false;
