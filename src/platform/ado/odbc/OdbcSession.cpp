@@ -1,8 +1,8 @@
 #include "platform/ado/odbc/OdbcSession.h"
 
 #include <algorithm>
-#include <iterator>
 #include <optional>
+#include <utility>
 
 #include "platform/ado/AdoFailure.h"
 #include "platform/ado/odbc/OdbcConnectionText.h"
@@ -53,6 +53,9 @@ std::shared_ptr<Session> openOdbc(const OpenRequest& request)
 OdbcSession::OdbcSession(const std::u16string& connectionText, std::int32_t timeLimit)
     : environment_(SQL_NULL_HANDLE)
 {
+    if (!std::in_range<SQLSMALLINT>(connectionText.size()))
+        throw RuntimeError(ado::malformedConnectionText, u"The connection text is too long for ODBC.",
+                           std::u16string(odbc::source));
     SQLSetEnvAttr(environment_.get(), SQL_ATTR_ODBC_VERSION, odbc::number(SQL_OV_ODBC3), 0);
     database_ = odbc::Database(environment_.get());
     SQLSetConnectAttr(database_.get(), SQL_ATTR_LOGIN_TIMEOUT,
@@ -63,7 +66,12 @@ OdbcSession::OdbcSession(const std::u16string& connectionText, std::int32_t time
                                          SQL_DRIVER_NOPROMPT)))
         throw odbc::openFailure(database_);
     isOpen_ = true;
-    product_ = odbc::productOf(database_);
+    try {
+        product_ = odbc::productOf(database_);
+    } catch (...) {
+        close();
+        throw;
+    }
 }
 
 void OdbcSession::close() noexcept
