@@ -101,7 +101,7 @@ std::int64_t milliseconds() noexcept
 std::u16string errorMessage(std::int32_t code)
 {
     char buffer[256] = "";
-    return text::fromUtf8(textOf(::strerror_r(code, buffer, sizeof buffer), buffer));
+    return text::fromBytes(textOf(::strerror_r(code, buffer, sizeof buffer), buffer));
 }
 
 } // namespace vqloan::os
