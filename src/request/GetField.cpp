@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "component/DispSvr.h"
 
 namespace vqloan {

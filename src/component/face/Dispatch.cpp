@@ -1,5 +1,6 @@
 #include "component/face/Dispatch.h"
 
+#include <algorithm>
 #include <array>
 #include <optional>
 #include <tuple>

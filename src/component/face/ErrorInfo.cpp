@@ -1,7 +1,5 @@
 #include "component/face/ErrorInfo.h"
 
-#include <string>
-
 #include "platform/runtime/Bstr.h"
 #include "platform/runtime/ComPtr.h"
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <optional>
 
 #include "platform/runtime/OsFile.h"
 #include "platform/runtime/RuntimeError.h"

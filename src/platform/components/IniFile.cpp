@@ -2,7 +2,6 @@
 
 #include <array>
 #include <chrono>
-#include <cstdlib>
 
 #include "platform/runtime/RuntimeError.h"
 

@@ -5,7 +5,6 @@
 #include <string>
 
 #include "external/SysTools.h"
-#include "platform/components/Placeholders.h"
 #include "platform/runtime/Clock.h"
 
 namespace vqloan::standins {

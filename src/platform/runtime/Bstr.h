@@ -1,7 +1,6 @@
 // Owner of a BSTR.
 #pragma once
 
-#include <string>
 #include <string_view>
 #include <utility>
 

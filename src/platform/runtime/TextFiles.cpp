@@ -1,7 +1,9 @@
 #include "platform/runtime/TextFiles.h"
 
+#include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -220,9 +222,7 @@ void closeAll() noexcept
     for (auto& [number, file] : files) {
         try {
             file.close();
-        } catch (...) {
-            // The file is closed all the same, and there is nobody to tell.
-            continue;
+        } catch (...) { // it is closed all the same, and there is nobody to tell
         }
     }
 }

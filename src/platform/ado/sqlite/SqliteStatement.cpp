@@ -3,7 +3,6 @@
 #include <sqlite3.h>
 
 #include <algorithm>
-#include <optional>
 
 #include "platform/ado/DateValue.h"
 #include "platform/ado/sqlite/SqliteFailure.h"
