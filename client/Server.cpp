@@ -26,7 +26,7 @@ using Clock = std::chrono::steady_clock;
 
 // How long a request may stay without its line end.
 constexpr auto patience = 1s;
-// Between two looks at a request that is not whole.
+// Between two looks at a request that is not whole, or a worker that is not ready.
 constexpr auto lookAgain = 10ms;
 // Between two looks at the whole directory: while requests come that nobody tells of, as from another
 // machine; and otherwise.
@@ -124,14 +124,14 @@ public:
     void run()
     {
         program::Signals signals; // before any thread begins
-        for (int i = 0; i < options_.workers; ++i)
-            start();
-        std::cout << "Serving " << exchange_.name() << std::endl;
-        for (program::Told told{}; told != program::Told::end;) {
-            told = signals.wait(1s);
+        bool toEnd = false;
+        for (int i = 0; i < options_.workers && !toEnd; ++i)
+            toEnd = start(signals);
+        if (!toEnd)
+            std::cout << "Serving " << exchange_.name() << std::endl;
+        while (!toEnd) {
+            toEnd = isToldToEnd(signals, 1s);
             log_.tellWhatIsOver();
-            if (told == program::Told::reload)
-                reload();
         }
         const bool ended = endWorkers();
         log_.tellAll();
@@ -144,8 +144,18 @@ public:
     }
 
 private:
-    // Returns once the worker can answer; throws what kept it from that.
-    void start()
+    // Does what it is told otherwise.
+    bool isToldToEnd(program::Signals& signals, std::chrono::milliseconds limit)
+    {
+        const program::Told told = signals.wait(limit);
+        if (told == program::Told::reload)
+            reload();
+        return told == program::Told::end;
+    }
+
+    // Returns once the worker can answer, which may take a database's time, or true when told to end before;
+    // throws what kept it from that.
+    bool start(program::Signals& signals)
     {
         std::promise<void> ready;
         std::future<void> isReady = ready.get_future();
@@ -154,12 +164,16 @@ private:
             ++working_;
         }
         workers_.emplace_back([this, promise = std::move(ready)]() mutable { work(promise); });
+        while (isReady.wait_for(0s) != std::future_status::ready)
+            if (isToldToEnd(signals, lookAgain))
+                return true;
         try {
             isReady.get();
         } catch (...) {
             endWorkers();
             throw;
         }
+        return false;
     }
 
     bool endWorkers()
