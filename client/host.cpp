@@ -30,18 +30,24 @@ class HostTable
 public:
     explicit HostTable(const std::string& file)
     {
+        const std::string bytes = readFile(program::pathOf(file));
+        if (!text::isUtf8(bytes))
+            throw std::runtime_error(file + " is not UTF-8");
+        std::u16string table = text::fromUtf8(bytes);
+        if (table.starts_with(u'\uFEFF'))
+            table.erase(0, 1);
         int number = 0;
-        for (std::u16string_view line : split(text::fromUtf8(readFile(program::pathOf(file))), u"\n")) {
+        for (std::u16string_view line : split(table, u"\n")) {
             ++number;
             if (line.ends_with(u'\r'))
                 line.remove_suffix(1);
             if (line.empty() || line.front() == u'#')
                 continue;
             const auto fields = split(line, site::tab);
-            if (fields.size() != 3)
-                throw std::runtime_error(
-                    file + ", line " + std::to_string(number) +
-                    ": library, inventory number and answer, with a TAB between, expected");
+            if (fields.size() != 3 || (fields[0].size() != 2 && fields[0] != u"*"))
+                throw std::runtime_error(file + ", line " + std::to_string(number) +
+                                         ": expected are library code, of two characters, inventory number "
+                                         "and answer, with TABs between");
             answers_[fields[0] + std::u16string(site::hostInventory(fields[1]))] = fields[2];
         }
     }
