@@ -91,7 +91,8 @@ Failure Component::lastFailure()
 
 void Component::registerComponent() const
 {
-    check(library_.function<HRESULT(STDAPICALLTYPE*)()>("DllRegisterServer")(), "DllRegisterServer");
+    check(library_.function<HRESULT(STDAPICALLTYPE*)()>("DllRegisterServer")(),
+          "The registry of classes cannot be changed: DllRegisterServer");
     // Read back, as any client does.
     CLSID registered{};
     check(CLSIDFromProgID(toOle(progId), &registered), "Looking for the registered class");
@@ -103,7 +104,8 @@ void Component::registerComponent() const
 
 void Component::unregisterComponent() const
 {
-    check(library_.function<HRESULT(STDAPICALLTYPE*)()>("DllUnregisterServer")(), "DllUnregisterServer");
+    check(library_.function<HRESULT(STDAPICALLTYPE*)()>("DllUnregisterServer")(),
+          "The registry of classes cannot be changed: DllUnregisterServer");
 }
 
 } // namespace vqloan::client

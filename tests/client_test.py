@@ -492,7 +492,7 @@ class Serving(Site):
 
     def test_host(self):
         table = self.scratch / "table.txt"
-        table.write_text("# a comment\r\n\r\n01\tKA123456\tPRESTATO è\r\n01\t*\tCHIUSO\n", encoding="utf-8")
+        table.write_text("# a comment\r\n\r\n01\tKA123456\tPRESTATO è\r\n01\t*\tCHIUSO\n", encoding="utf-8-sig")
         server = self.serve("host", "--exchange", self.site / "host", table)
         ask = lambda request: self.exchange(request + b"\r\n", "host/Z7000_07")
         for request, answer in ((b"WL,01123456", "PRESTATO è"), (b"WL,01999999", "CHIUSO"),
@@ -572,6 +572,10 @@ class Serving(Site):
             begun = time.monotonic()
             self.end(server)
             self.assertLess(time.monotonic() - begun, 2)
+            starting = subprocess.Popen([VQLOAN, "gateway", f"--site={self.site}"], stderr=subprocess.DEVNULL)
+            await_true(lambda: len(os.listdir(f"/proc/{starting.pid}/task")) > 1, "a worker that opens the database")
+            starting.terminate()
+            self.assertEqual(starting.wait(10), 0)
         self.assertEqual(os.listdir(self.site / "gateway"), [])
 
 
