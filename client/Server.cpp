@@ -33,6 +33,8 @@ constexpr auto lookAgain = 10ms;
 constexpr Clock::duration busyLook = 10ms, idleLook = 250ms, busyFor = 5s;
 // A look may take this part of the time, where a directory holds very much.
 constexpr int mostOfTime = 20;
+// A trouble's name in the log.
+constexpr const char* failedRequest = "a request that cannot be taken, read or answered";
 // How long workers have to end.
 constexpr auto farewell = 1500ms;
 
@@ -229,8 +231,10 @@ private:
             try {
                 if (auto request = next())
                     answer(*answerer, *std::move(request));
+            } catch (const RuntimeError& error) { // of a file, which it does not name
+                log_.trouble(failedRequest, exchange_.name() + ": " + textOf(error));
             } catch (const std::exception& error) {
-                log_.trouble("a request that cannot be taken, read or answered", textOf(error));
+                log_.trouble(failedRequest, error.what());
             }
         }
     }

@@ -1,5 +1,4 @@
 // vqloan site: a directory becomes a site that can be asked.
-#include <chrono>
 #include <fstream>
 #include <functional>
 #include <iostream>
@@ -13,8 +12,8 @@
 #include "Site.h"
 #include "platform/program/Paths.h"
 #include "platform/program/Program.h"
-#include "platform/runtime/Clock.h"
 #include "platform/runtime/OsFile.h"
+#include "platform/runtime/OsProcess.h"
 #include "platform/runtime/Text.h"
 
 namespace fs = std::filesystem;
@@ -149,15 +148,9 @@ std::string withDirectory(std::string_view sample, const std::string& directory)
     return all;
 }
 
-std::chrono::year_month_day today()
-{
-    using namespace std::chrono;
-    return sys_days(year(1899) / 12 / 30) + days(static_cast<int>(clock::today()));
-}
-
 void makeSample(const Maker& maker, std::size_t count)
 {
-    const auto copies = sample::copies(count, today());
+    const auto copies = sample::copies(count, os::localDate());
     maker.make("library.db", plainFile, [&](const fs::path& file) { sample::makeDatabase(file, copies); });
     maker.make("host.txt", plainFile, sample::hostTable(copies));
     maker.make("requests.txt", plainFile, sample::requestsForEachSituation(copies));
