@@ -87,14 +87,14 @@ private:
             at_ += count;
             Lines lines(std::make_move_iterator(first),
                         std::make_move_iterator(first + static_cast<std::ptrdiff_t>(count)));
-            blocks_.push_back(workers_.ask(std::move(lines)));
+            blocks_.push_back(workers_.ask(std::move(lines), deadline_));
         }
     }
-    std::vector<Answer> answersTo(Block& block) const
+    static std::vector<Answer> answersTo(Block& block)
     {
         std::string failure = "not answered in the time that a request has";
         try {
-            if (auto answers = block.wait(deadline_))
+            if (auto answers = block.wait())
                 return *std::move(answers);
         } catch (const Refusal& refusal) {
             failure = refusal.description;

@@ -8,8 +8,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// So many places; a client beyond them takes that of one who has been idle, or is refused. The refused may
-// stay a moment, and they are not so many either.
+// So many places, which the system's usual limit of 1,024 handles has room for; a client beyond them takes
+// that of one who has been idle, or is refused. The refused may stay a moment, and they are not so many
+// either.
 constexpr std::size_t mostConnections = 512, mostWithRefused = 640;
 constexpr std::size_t headPiece = 4 * 1024, bodyPiece = 64 * 1024;
 constexpr Clock::duration leavingLimit = 1s, acceptPause = 50ms;
@@ -21,7 +22,7 @@ std::string rawAnswer(const Refusal& refusal)
     std::string raw =
         "HTTP/1.1 " + std::to_string(refusal.status) + ' ' + std::string(reasonOf(refusal.status)) +
         "\r\nContent-Type: application/json; charset=utf-8\r\nAccess-Control-Allow-Origin: *\r\n"
-        "Connection: close\r\n";
+        "X-DAIA-Version: 1.0.0\r\nContent-Language: en\r\nConnection: close\r\n";
     for (const auto& [name, value] : refusal.headers)
         raw.append(name).append(": ").append(value).append("\r\n");
     return raw + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
@@ -98,7 +99,7 @@ void Connections::acceptAll()
         connections_.push_back(std::make_shared<Connection>(*std::move(socket)));
         const Place place = std::prev(connections_.end());
         (*place)->deadline = Clock::now() + headLimit;
-        if (connections_.size() <= mostConnections)
+        if (Connection::all <= mostConnections)
             continue;
         const auto isIdle = [](const auto& connection) {
             return connection->state == Connection::State::idle;
@@ -106,7 +107,7 @@ void Connections::acceptAll()
         const auto idle = std::find_if(connections_.begin(), place, isIdle);
         if (idle != place)
             forget(idle);
-        else if (connections_.size() <= mostWithRefused)
+        else if (Connection::all <= mostWithRefused)
             refuse(place, overloaded);
         else
             forget(place);
@@ -170,7 +171,7 @@ void Connections::refuse(Place place, const Refusal& refusal)
     ++counts_.refused;
     connection.socket.send(answer, Clock::now());
     connection.socket.endSending();
-    connection.bytes = {};
+    std::string().swap(connection.bytes); // their room, too
     const auto now = Clock::now();
     log_.tell(connection.peer, {}, {}, refusal.status, answer.size(),
               connection.state == Connection::State::reading ? now - connection.begun : Clock::duration());

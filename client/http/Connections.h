@@ -15,10 +15,14 @@ namespace vqloan::client::http {
 
 struct Connection
 {
-    explicit Connection(network::Socket s) : socket(std::move(s)), peer(socket.peer()) {}
+    explicit Connection(network::Socket s) : socket(std::move(s)), peer(socket.peer()) { ++all; }
+    ~Connection() { --all; }
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
 
+    inline static std::atomic<std::size_t> all = 0; // of this process, those being answered with the others
     network::Socket socket;
-    std::string peer;
+    const std::string peer;
     std::string bytes; // that have come and are not taken
     RequestReader reader;
     enum class State

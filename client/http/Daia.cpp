@@ -5,7 +5,9 @@
 #include <ctime>
 #include <nlohmann/json.hpp>
 #include <set>
+#include <stdexcept>
 
+#include "Log.h"
 #include "platform/runtime/Text.h"
 #include "site/Texts.h"
 
@@ -30,6 +32,12 @@ bool isUnreserved(char c) noexcept
            c == '.' || c == '_' || c == '~';
 }
 
+bool isUriText(const std::string& text)
+{
+    static constexpr std::string_view marks = ":/?#[]@!$&'()*+,;=%";
+    return std::ranges::all_of(text, [](char c) { return isUnreserved(c) || marks.find(c) != marks.npos; });
+}
+
 std::string percentEncoded(std::string_view text)
 {
     std::string all;
@@ -45,9 +53,14 @@ std::string percentEncoded(std::string_view text)
     return all;
 }
 
-std::string now()
+// Written once a second only.
+const std::string& now()
 {
+    thread_local std::time_t writtenAt = -1;
+    thread_local std::string written;
     const auto seconds = std::time(nullptr);
+    if (std::exchange(writtenAt, seconds) == seconds)
+        return written;
     const std::chrono::sys_seconds time{std::chrono::seconds(seconds)};
     const auto day = std::chrono::floor<std::chrono::days>(time);
     const std::chrono::year_month_day date(day);
@@ -57,7 +70,7 @@ std::string now()
                   static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
                   static_cast<int>(clock.hours().count()), static_cast<int>(clock.minutes().count()),
                   static_cast<int>(clock.seconds().count()));
-    return text;
+    return written = text;
 }
 
 std::vector<std::string> identifiersOf(const Request& request)
@@ -153,11 +166,10 @@ std::string itemOf(const std::string& id, const Answer& answer, const Services::
 void checkAnswered(const std::vector<Answer>& answers)
 {
     for (const Answer& answer : answers) {
-        const std::string text = text::toUtf8(answer.availability);
         if (answer.outcome == Outcome::timeout)
-            throw Refusal{504, text};
+            throw Refusal{504, text::toUtf8(answer.availability)};
         if (answer.outcome == Outcome::failure)
-            throw Refusal{502, answer.failure ? answer.failure->text() : text};
+            throw Refusal{502, answer.failure ? answer.failure->text() : text::toUtf8(answer.availability)};
     }
 }
 
@@ -172,7 +184,14 @@ struct Daia::Copy
 
 Daia::Daia(Workers& workers, const Services& services, DaiaOptions options)
     : workers_(workers), services_(services), options_(std::move(options))
-{}
+{
+    for (const std::string& text : {options_.baseUri, options_.language})
+        if (!isUriText(text))
+            throw std::runtime_error("no beginning of a URI, or no language: " + printable(text));
+    for (const std::string& text : {options_.idPrefix, options_.institution})
+        if (!text::isUtf8(text))
+            throw std::runtime_error("not UTF-8: " + printable(text));
+}
 
 Response Daia::answer(const Request& request, Clock::time_point deadline) const
 {
@@ -217,6 +236,8 @@ Response Daia::documents(const Request& request, Clock::time_point deadline) con
         std::string link = "<?id=" + rest + "&format=json";
         if (request.has("callback"))
             link += "&callback=" + request.value("callback");
+        if (request.has("suppress_response_codes"))
+            link += "&suppress_response_codes=1";
         response.headers.emplace_back("Link", link + ">; rel=\"next\"");
         identifiers.resize(most);
     }
@@ -235,7 +256,7 @@ Response Daia::documents(const Request& request, Clock::time_point deadline) con
     }
     std::vector<Answer> answers;
     if (!lines.empty()) {
-        auto found = workers_.ask(std::move(lines))->wait(deadline);
+        auto found = workers_.ask(std::move(lines), deadline)->wait();
         if (!found)
             throw Refusal{504, "the back end has not answered in time"};
         answers = *std::move(found);

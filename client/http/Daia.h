@@ -21,6 +21,7 @@ struct DaiaOptions
 class Daia
 {
 public:
+    // Throws std::runtime_error for an option that would make wrong answers.
     Daia(Workers& workers, const Services& services, DaiaOptions options);
 
     // Any method; never throws for what a client or a back end does.

@@ -10,12 +10,16 @@ namespace vqloan::client::http {
 namespace {
 
 // The library's view of a connection: the head of a request that is whole, and a place for the answer. The
-// head of an answer goes out together with what follows it.
+// head of an answer goes out together with what follows it. Of the request the library gets to see the
+// method: it has ideas of its own on paths, ranges, compression, forms and files, and none of them is wanted
+// here.
 class ClientStream : public httplib::Stream
 {
 public:
-    ClientStream(network::Socket& socket, std::string_view head, std::atomic<bool>& isTaken)
-        : socket_(socket), head_(head), isTaken_(isTaken)
+    ClientStream(network::Socket& socket, const std::string& method, Clock::duration patience,
+                 std::atomic<bool>& isTaken)
+        : socket_(socket), request_(method + " / HTTP/1.1\r\n\r\n"), head_(request_), patience_(patience),
+          isTaken_(isTaken)
     {}
 
     bool is_readable() const override { return !head_.empty(); }
@@ -53,36 +57,39 @@ public:
     bool flush() { return send(std::exchange(held_, {})); }
     size_t bytes() const { return bytes_; }
     int status() const { return status_; }
+    std::string takeRest() { return std::move(rest_); }
 
 private:
     bool send(std::string_view bytes)
     {
-        isWhole_ = isWhole_ && socket_.send(bytes, Clock::now() + takingLimit);
+        if (isWhole_ && rest_.empty())
+            bytes.remove_prefix(socket_.send(bytes, Clock::now() + patience_));
+        if (patience_ == Clock::duration())
+            rest_ += bytes;
+        else
+            isWhole_ = isWhole_ && bytes.empty();
         return isWhole_;
     }
 
     network::Socket& socket_;
-    std::string_view head_;
+    const std::string request_;
+    std::string_view head_; // what the library has not read of it
+    const Clock::duration patience_;
     std::atomic<bool>& isTaken_;
-    std::string held_;
+    std::string held_, rest_;
     bool isWhole_ = true;
     size_t bytes_ = 0;
     int status_ = 0;
 };
 
-// The library takes along what it finds in a head, and a client's headers have been taken out of it.
-constexpr const char* lateHeader = "Late: 1\r\n";
-
-Request requestOf(const httplib::Request& request)
+Request requestOf(const Incoming& incoming)
 {
-    return {.method = request.method,
-            .path = request.path,
-            .target = request.target,
-            .parameters = parametersOf(request.target),
-            .body = request.body,
-            .peer = request.remote_addr,
-            .takesPieces = request.version == "HTTP/1.1",
-            .isLate = request.has_header("Late")};
+    return {.method = incoming.method,
+            .target = incoming.target,
+            .path = incoming.target.substr(0, incoming.target.find('?')),
+            .parameters = parametersOf(incoming.target),
+            .body = incoming.body,
+            .came = incoming.came};
 }
 
 void give(Response response, bool inPieces, httplib::Response& out)
@@ -118,10 +125,9 @@ public:
     explicit Library(Answer answer) : answer_(std::move(answer))
     {
         // Before the library looks for a route: there are no patterns to match, and no files to serve.
-        set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& out) {
-            const Request own = requestOf(request);
-            give(answered(own), own.takesPieces, out);
-            if (own.method == "HEAD")
+        set_pre_routing_handler([this](const httplib::Request&, httplib::Response& out) {
+            give(answered(requestOf(*current)), current->isNew, out);
+            if (current->method == "HEAD")
                 out.set_header("Accept-Ranges", "none"); // of which the library would say the contrary
             return HandlerResponse::Handled;
         });
@@ -130,28 +136,21 @@ public:
         svr_sock_ = 0; // what the library takes for a server that has not been stopped
     }
 
-    Exchanged exchange(network::Socket& socket, const std::string& peer, Incoming incoming, bool last,
+    Exchanged exchange(network::Socket& socket, const Incoming& incoming, bool last, Clock::duration patience,
                        std::atomic<bool>& isTaken)
     {
-        if (incoming.isLate)
-            incoming.head.insert(incoming.head.size() - 2, lateHeader);
-        ClientStream stream(socket, incoming.head, isTaken);
+        ClientStream stream(socket, incoming.method, patience, isTaken);
         Exchanged done;
-        const auto fill = [&](httplib::Request& request) {
-            request.remote_addr = peer;
-            request.body = std::move(incoming.body);
-            request.target = std::move(incoming.target);
-            done.method = request.method;
-            done.target = request.target;
-        };
+        current = &incoming;
         try {
             bool ends = false;
-            done.whole = process_request(stream, last, ends, fill) && stream.flush();
+            done.whole = process_request(stream, last, ends, nullptr) && stream.flush();
         } catch (const std::exception&) {
             // In the midst of an answer: it has no end, which tells the client.
         }
         done.status = stream.status();
         done.bytes = stream.bytes();
+        done.rest = stream.takeRest();
         return done;
     }
 
@@ -165,17 +164,20 @@ private:
         }
     }
 
+    static thread_local const Incoming* current; // of the calling thread
     Answer answer_;
 };
+
+thread_local const Incoming* Engine::Library::current = nullptr;
 
 Engine::Engine(Answer answer) : library_(std::make_unique<Library>(std::move(answer))) {}
 
 Engine::~Engine() = default;
 
-Engine::Exchanged Engine::exchange(network::Socket& socket, const std::string& peer, Incoming incoming,
-                                   bool last, std::atomic<bool>& isTaken)
+Engine::Exchanged Engine::exchange(network::Socket& socket, const Incoming& incoming, bool last,
+                                   Clock::duration patience, std::atomic<bool>& isTaken)
 {
-    return library_->exchange(socket, peer, std::move(incoming), last, isTaken);
+    return library_->exchange(socket, incoming, last, patience, isTaken);
 }
 
 } // namespace vqloan::client::http

@@ -22,14 +22,16 @@ public:
 
     struct Exchanged
     {
-        std::string method, target;
         int status = 0;
         std::size_t bytes = 0;
-        bool whole = false; // the client has taken all of it
+        bool whole = false; // the client has all of it, or will have with the rest
+        std::string rest;   // what the client has no room for yet
     };
-    // Answers one request; with `last` the client is told that the connection ends. When the answer is there
-    // and somebody else has set `isTaken`, nothing is sent and the status is 0; otherwise it is set then.
-    Exchanged exchange(network::Socket& socket, const std::string& peer, Incoming incoming, bool last,
+    // Answers one request; with `last` the client is told that the connection ends. The client may take
+    // `patience` for each part of the answer; without any, what it does not take at once is the rest. When
+    // the answer is there and somebody else has set `isTaken`, nothing is sent and the status is 0; otherwise
+    // it is set then.
+    Exchanged exchange(network::Socket& socket, const Incoming& incoming, bool last, Clock::duration patience,
                        std::atomic<bool>& isTaken);
 
 private:

@@ -61,7 +61,7 @@ std::string Health::whatIsWrong(Clock::time_point deadline)
 {
     try {
         for (const std::u16string& question : questions_) {
-            const auto answers = workers_.ask({question})->wait(deadline);
+            const auto answers = workers_.ask({question}, deadline)->wait();
             if (!answers)
                 return "the back end has not answered in time";
             const Answer& answer = answers->front();

@@ -92,8 +92,8 @@ std::string errorBody(int status, std::string_view description)
     object["error"] = rowOf(status).error;
     object["code"] = status;
     object["error_description"] = description;
-    // A back end's text may hold anything.
-    return object.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+    // A back end's text may hold anything, and a script's text must not have all that JSON allows.
+    return object.dump(-1, ' ', true, nlohmann::ordered_json::error_handler_t::replace);
 }
 
 Response errorResponse(const Refusal& refusal)

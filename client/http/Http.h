@@ -23,12 +23,11 @@ inline constexpr std::chrono::seconds headLimit{10}, requestLimit{30}, idleLimit
 
 struct Request
 {
-    std::string method, path, target;                   // the target is the path with its query, as it came
+    const std::string &method, &target;                 // the target is the path with its query, as it came
+    const std::string path;                             // not decoded: each has one name
     std::multimap<std::string, std::string> parameters; // decoded
-    std::string body;
-    std::string peer;
-    bool takesPieces = true; // of an answer whose length is not known: HTTP/1.1 does
-    bool isLate = false;     // its time has passed: no back end is waited for
+    const std::string& body;
+    Clock::time_point came;
 
     bool has(const std::string& name) const { return parameters.contains(name); }
     std::string value(const std::string& name) const

@@ -15,13 +15,13 @@ Pool::~Pool()
         thread.join();
 }
 
-bool Pool::add(Job job)
+bool Pool::add(Job job, bool isUrgent)
 {
     {
         const std::lock_guard lock(mutex_);
-        if (ending_ || jobs_.size() >= room_)
+        if (ending_ || (jobs_.size() >= room_ && !isUrgent))
             return false;
-        jobs_.push_back(std::move(job));
+        jobs_.insert(isUrgent ? jobs_.begin() : jobs_.end(), std::move(job));
     }
     added_.notify_one();
     return true;

@@ -20,8 +20,9 @@ public:
     // Waits for what runs.
     ~Pool();
 
-    // False when there is no room, or it has been told to finish.
-    bool add(Job job);
+    // False when there is no room, or it has been told to finish. There is always room for one that is
+    // urgent, and it is the next.
+    bool add(Job job, bool isUrgent = false);
     // Takes no more. True once all jobs have run; false when they have not within `limit`.
     bool finish(std::chrono::milliseconds limit);
 

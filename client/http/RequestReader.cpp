@@ -8,7 +8,7 @@ namespace vqloan::client::http {
 namespace {
 
 constexpr std::size_t longestHead = 16 * 1024;
-constexpr std::size_t longestTarget = 8000; // the library takes a line of 8,192
+constexpr std::size_t longestTarget = 8000; // so much any proxy in front takes too
 constexpr std::string_view lineEnd = "\r\n", headEnd = "\r\n\r\n";
 // Those that the library knows.
 constexpr std::string_view methods[] = {"GET",     "HEAD",    "POST",  "PUT",  "DELETE",
@@ -86,13 +86,10 @@ RequestReader::Step RequestReader::advance(std::string& bytes)
     const std::size_t length = length_.value_or(0);
     if (bytes.size() < length)
         return Step::more;
-    if (bytes.size() == length) {
-        incoming_.body = std::move(bytes);
-        bytes.clear();
-    } else {
-        incoming_.body = bytes.substr(0, length);
-        bytes.erase(0, length);
-    }
+    std::string rest = bytes.substr(length); // most often nothing, and the body need not be copied
+    bytes.resize(length);
+    incoming_.body = std::exchange(bytes, std::move(rest));
+    incoming_.came = Clock::now();
     return Step::whole;
 }
 
@@ -117,9 +114,8 @@ RequestReader::Step RequestReader::readHead(std::string_view head)
             return step;
         isFirst = false;
     }
-    if (incoming_.takesPieces && !hasHost_)
+    if (incoming_.isNew && !hasHost_)
         return refuse(400, "a request of HTTP/1.1 names the host");
-    incoming_.head += lineEnd;
     return Step::whole;
 }
 
@@ -142,17 +138,12 @@ RequestReader::Step RequestReader::readRequestLine(std::string_view line)
         return refuse(414, "a path with its query is at most 8,000 bytes long: send request lines with POST");
     if (std::ranges::find(methods, method) == std::end(methods))
         return refuse(405, "there is no such method");
-    incoming_.keepsOpen = incoming_.takesPieces = version == "HTTP/1.1";
+    incoming_.keepsOpen = incoming_.isNew = version == "HTTP/1.1";
+    incoming_.method = method;
     incoming_.target = target;
-    incoming_.head.append(line.substr(0, line.find('?', first))); // parameters are not the library's business
-    if (target.find('?') != target.npos)
-        incoming_.head.append(" ").append(version);
-    incoming_.head += lineEnd;
     return Step::whole;
 }
 
-// Only what says whether the connection stays goes on to the library: it has ideas of its own on ranges,
-// compression, forms and files, and none of them is wanted here.
 RequestReader::Step RequestReader::readHeader(std::string_view line)
 {
     const auto colon = line.find(':');
@@ -167,12 +158,12 @@ RequestReader::Step RequestReader::readHeader(std::string_view line)
         return refuse(411, "a body is sent with its length");
     if (is("Content-Encoding") && !value.empty() && !equalsIgnoringCase(value, "identity"))
         return refuse(415, "a body is sent as it is, without compression");
-    if (is("Host"))
-        hasHost_ = true;
-    else if (is("Expect"))
+    if (is("Host") && std::exchange(hasHost_, true))
+        return refuse(400, "the host is named twice");
+    if (is("Expect"))
         invites_ = equalsIgnoringCase(value, "100-continue");
     else if (is("Connection"))
-        incoming_.keepsOpen = incoming_.takesPieces ? !names(value, "close") : names(value, "keep-alive");
+        incoming_.keepsOpen = incoming_.keepsOpen && !names(value, "close");
     return Step::whole;
 }
 

@@ -8,15 +8,15 @@
 
 namespace vqloan::client::http {
 
-// What has come of a request that is whole: its head, cut down to what counts here, and its body.
+// A request that is whole.
 struct Incoming
 {
-    std::string head;   // without the query; ends with an empty line
-    std::string target; // with it
+    std::string method;
+    std::string target;
     std::string body;
+    bool isNew = false;     // HTTP/1.1, and so takes answers in pieces
     bool keepsOpen = false; // the client wants to go on
-    bool takesPieces = false;
-    bool isLate = false; // its time has passed
+    Clock::time_point came; // as a whole
 };
 
 // Takes what is surely a request and nothing doubtful, on which a proxy in front may think otherwise: lines

@@ -5,16 +5,8 @@ namespace vqloan::client::http {
 std::shared_ptr<Direct> Underway::add(std::shared_ptr<Connection> connection, Incoming incoming,
                                       Clock::time_point deadline)
 {
-    const Incoming forLate = {.head = incoming.head,
-                              .target = incoming.target,
-                              .body = {},
-                              .keepsOpen = incoming.keepsOpen,
-                              .takesPieces = incoming.takesPieces,
-                              .isLate = true};
-    std::shared_ptr<Direct> direct(new Direct{.connection = std::move(connection),
-                                              .incoming = std::move(incoming),
-                                              .forLate = forLate,
-                                              .deadline = deadline});
+    std::shared_ptr<Direct> direct(new Direct{
+        .connection = std::move(connection), .incoming = std::move(incoming), .deadline = deadline});
     const std::lock_guard lock(mutex_);
     direct->place = all_.insert(all_.end(), direct);
     return direct;

@@ -15,8 +15,7 @@ namespace vqloan::client::http {
 struct Direct
 {
     const std::shared_ptr<Connection> connection;
-    Incoming incoming;      // for the worker
-    const Incoming forLate; // the same without its body, for whoever says that it is late
+    const Incoming incoming;
     const Clock::time_point deadline;
     std::atomic<bool> isTaken = false;
     std::list<std::shared_ptr<Direct>>::iterator place = {};

@@ -26,12 +26,6 @@ bool isBackEndFailure(const Answer& answer)
 
 } // namespace
 
-bool Block::begin()
-{
-    const std::lock_guard lock(mutex_);
-    return !isGivenUp_;
-}
-
 void Block::end(std::vector<Answer> answers, std::string failure)
 {
     const std::lock_guard lock(mutex_);
@@ -41,13 +35,11 @@ void Block::end(std::vector<Answer> answers, std::string failure)
     changed_.notify_all();
 }
 
-std::optional<std::vector<Answer>> Block::wait(Clock::time_point deadline)
+std::optional<std::vector<Answer>> Block::wait()
 {
     std::unique_lock lock(mutex_);
-    if (!changed_.wait_until(lock, deadline, [this] { return isDone_; })) {
-        isGivenUp_ = true;
+    if (!changed_.wait_until(lock, deadline, [this] { return isDone_; }))
         return std::nullopt;
-    }
     if (!failure_.empty())
         throw Refusal{502, failure_};
     return std::move(answers_);
@@ -150,13 +142,19 @@ void Workers::end()
         thread.join();
 }
 
-std::shared_ptr<Block> Workers::ask(std::vector<std::u16string> lines)
+std::shared_ptr<Block> Workers::ask(std::vector<std::u16string> lines, Clock::time_point deadline)
 {
-    auto block = std::make_shared<Block>(std::move(lines));
+    auto block = std::make_shared<Block>(std::move(lines), deadline);
+    if (Clock::now() >= deadline)
+        return block;
     if (current)
         ask(*block);
     else
-        add([this, block] { ask(*block); });
+        add([this, held = std::weak_ptr(block)] {
+            const auto wanted = held.lock();
+            if (wanted && Clock::now() < wanted->deadline)
+                ask(*wanted);
+        });
     return block;
 }
 
@@ -236,8 +234,6 @@ void Workers::work(const Site& site, std::promise<void>& ready)
 // On a worker's thread.
 void Workers::ask(Block& block)
 {
-    if (!block.begin())
-        return; // nobody waits for it any more
     std::vector<Answer> answers;
     std::string failure;
     const auto begun = Clock::now();

@@ -27,22 +27,24 @@ namespace vqloan::client::http {
 class Block
 {
 public:
-    explicit Block(std::vector<std::u16string> asked) : lines(std::move(asked)) {}
+    Block(std::vector<std::u16string> asked, Clock::time_point until)
+        : lines(std::move(asked)), deadline(until)
+    {}
 
-    // The answers in the order of the lines; nothing when they are not there in time, and then they are not
-    // asked any more. Throws Refusal 502 when they could not be asked at all.
-    std::optional<std::vector<Answer>> wait(Clock::time_point deadline);
+    // The answers in the order of the lines; nothing when they are not there in time. Throws Refusal 502 when
+    // they could not be asked at all.
+    std::optional<std::vector<Answer>> wait();
 
     const std::vector<std::u16string> lines;
+    const Clock::time_point deadline;
 
 private:
     friend class Workers;
-    bool begin();
     void end(std::vector<Answer> answers, std::string failure);
 
     std::mutex mutex_;
     std::condition_variable changed_;
-    bool isDone_ = false, isGivenUp_ = false;
+    bool isDone_ = false;
     std::vector<Answer> answers_;
     std::string failure_;
 };
@@ -57,8 +59,8 @@ public:
 
     // Blocks and jobs are seen to in the order in which they come. Those who wait for blocks are few, and
     // each has at most a few here. In a job the worker asks at once, and the block that it gets has its
-    // answers.
-    std::shared_ptr<Block> ask(std::vector<std::u16string> lines);
+    // answers. A block whose time has passed, or which nobody holds any more, is not asked.
+    std::shared_ptr<Block> ask(std::vector<std::u16string> lines, Clock::time_point deadline);
     // Lets a worker do something that asks. False when `mostJobs` wait already.
     using Job = std::function<void()>;
     bool run(Job job);

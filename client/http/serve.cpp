@@ -103,52 +103,64 @@ private:
         Pool& pool = asks ? asking_ : other_;
         return pool.add([this, connection, held = std::make_shared<Incoming>(std::move(incoming))] {
             std::atomic<bool> isTaken = false;
-            exchange(connection, std::move(*held), isTaken);
+            exchange(connection, *held, takingLimit, isTaken);
         });
     }
 
-    // By the worker that asks, which spares it two ways between threads.
+    // By the worker that asks, which spares it two ways between threads. It waits for no client.
     bool takeDirectly(const std::shared_ptr<Connection>& connection, Incoming incoming)
     {
-        const auto direct = underway_.add(connection, std::move(incoming), deadline());
+        const auto deadline = deadlineOf(incoming.came);
+        const auto direct = underway_.add(connection, std::move(incoming), deadline);
         const auto answer = [this, direct] {
-            exchange(direct->connection, std::move(direct->incoming), direct->isTaken);
+            exchange(direct->connection, direct->incoming, Clock::duration(), direct->isTaken);
             underway_.remove(*direct);
         };
         if (workers_.run(answer))
             return true;
         underway_.remove(*direct);
-        return false;
+        return direct->isTaken.exchange(true);
     }
 
+    // Their time has passed, so that no back end is waited for; and they are no more than wait for the
+    // workers.
     void refuseLate()
     {
-        for (const auto& direct : underway_.takeLate())
-            asking_.add([this, direct] {
+        for (const auto& direct : underway_.takeLate()) {
+            const auto refuse = [this, direct] {
                 std::atomic<bool> isTaken = false;
-                exchange(direct->connection, direct->forLate, isTaken);
-            });
+                exchange(direct->connection, direct->incoming, takingLimit, isTaken);
+            };
+            asking_.add(refuse, true);
+        }
     }
 
-    void exchange(const std::shared_ptr<Connection>& connection, Incoming incoming,
-                  std::atomic<bool>& isTaken)
+    void exchange(const std::shared_ptr<Connection>& connection, const Incoming& incoming,
+                  Clock::duration patience, std::atomic<bool>& isTaken)
     {
         if (isTaken)
             return;
-        const auto begun = Clock::now();
         const bool last = !incoming.keepsOpen || connections_.isEnding();
-        const auto done =
-            engine_.exchange(connection->socket, connection->peer, std::move(incoming), last, isTaken);
+        const auto done = engine_.exchange(connection->socket, incoming, last, patience, isTaken);
         if (done.status == 0)
             return;
-        const auto time = Clock::now() - begun;
+        const bool goesOn = done.whole && !last;
+        const auto time = Clock::now() - incoming.came;
         metrics_.answered(done.status, time);
-        access_.tell(connection->peer, done.method, done.target, done.status, done.bytes, time);
-        if (done.whole && !last)
+        access_.tell(connection->peer, incoming.method, incoming.target, done.status, done.bytes, time);
+        if (!done.rest.empty())
+            asking_.add([this, connection, goesOn, rest = done.rest] {
+                if (connection->socket.send(rest, Clock::now() + takingLimit) == rest.size() && goesOn)
+                    connections_.giveBack(connection);
+            });
+        else if (goesOn)
             connections_.giveBack(connection);
     }
 
-    Clock::time_point deadline() const { return Clock::now() + std::chrono::seconds(options_.limit); }
+    Clock::time_point deadlineOf(Clock::time_point came) const
+    {
+        return came + std::chrono::seconds(options_.limit);
+    }
 
     Response answer(const http::Request& request)
     {
@@ -161,7 +173,7 @@ private:
 
     Response route(const http::Request& request)
     {
-        const auto deadline = request.isLate ? Clock::now() : this->deadline();
+        const auto deadline = deadlineOf(request.came);
         const std::string& path = request.path;
         if (path == "/daia" || path == "/daia/")
             return daia_.answer(request, deadline);

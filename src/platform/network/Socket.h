@@ -33,8 +33,9 @@ public:
     };
     // What is there, without waiting, behind what `buffer` holds: at most `most` bytes.
     Received receive(std::string& buffer, std::size_t most);
-    // False when the connection broke, or the client has not taken all of it by then.
-    bool send(std::string_view bytes, Clock::time_point deadline) noexcept;
+    // How many of the bytes are on their way; not all of them when the connection broke, or there was no room
+    // for them by then because the client takes nothing.
+    std::size_t send(std::string_view bytes, Clock::time_point deadline) noexcept;
     // Tells the client that nothing more comes.
     void endSending() noexcept;
     // The client's address, without its port.

@@ -90,24 +90,25 @@ Socket::Received Socket::receive(std::string& buffer, std::size_t most)
     return size < 0 && (errno == EAGAIN || errno == EWOULDBLOCK) ? Received::nothing : Received::end;
 }
 
-bool Socket::send(std::string_view bytes, Clock::time_point deadline) noexcept
+std::size_t Socket::send(std::string_view bytes, Clock::time_point deadline) noexcept
 {
-    while (!bytes.empty()) {
-        const ssize_t size = ::send(handle_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    std::size_t sent = 0;
+    while (sent < bytes.size()) {
+        const ssize_t size = ::send(handle_, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
         if (size >= 0) {
-            bytes.remove_prefix(static_cast<std::size_t>(size));
+            sent += static_cast<std::size_t>(size);
             continue;
         }
         if (errno == EINTR)
             continue;
         if (errno != EAGAIN && errno != EWOULDBLOCK)
-            return false;
+            break;
         pollfd one = {handle_, POLLOUT, 0};
         const int ready = poll(&one, 1, static_cast<int>(left(deadline).count()));
         if (ready == 0 || (ready < 0 && errno != EINTR))
-            return false;
+            break;
     }
-    return true;
+    return sent;
 }
 
 void Socket::endSending() noexcept
