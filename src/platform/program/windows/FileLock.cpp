@@ -26,10 +26,15 @@ std::optional<FileLock> FileLock::tryTake(const std::filesystem::path& file)
     return FileLock(file, reinterpret_cast<std::intptr_t>(opened));
 }
 
-// The file goes with whoever holds it.
+// The file goes with whoever holds it, but stays when the power goes.
 bool FileLock::isHeld(const std::filesystem::path& file) noexcept
 {
-    return GetFileAttributesW(file.c_str()) != INVALID_FILE_ATTRIBUTES;
+    const HANDLE opened = CreateFileW(file.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                      FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+    if (opened == INVALID_HANDLE_VALUE)
+        return GetLastError() == ERROR_SHARING_VIOLATION;
+    CloseHandle(opened);
+    return false;
 }
 
 std::string FileLock::holder(const std::filesystem::path& file)
