@@ -55,8 +55,7 @@ SystemRecordset::~SystemRecordset()
     try {
         if (open_)
             Close();
-    } catch (const RuntimeError&) {
-        // Nobody is left to be told.
+    } catch (...) { // nobody is left to be told
     }
 }
 

@@ -75,7 +75,8 @@ RuntimeError reported(EXCEPINFO& exception)
     *description.address() = exception.bstrDescription;
     *helpFile.address() = exception.bstrHelpFile;
 
-    RuntimeError failure = failureOf(exception.scode ? numberOf(exception.scode) : exception.wCode);
+    const std::int32_t number = exception.scode ? numberOf(exception.scode) : exception.wCode;
+    RuntimeError failure = failureOf(number ? number : DISP_E_EXCEPTION); // 0 would be no failure
     failure.source = source.view();
     if (!description.view().empty())
         failure.description = description.view();
