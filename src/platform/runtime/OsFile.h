@@ -1,6 +1,6 @@
 // Files as the operating system gives them; implemented once per system, in posix/ and windows/. Paths are
-// native ones in UTF-16 (see pathText). Failures are RuntimeErrors (53, 57, 61, 67, 70, 75, 76) with the
-// system's error as lastDllError.
+// native ones in UTF-16 (see pathText). Failures are RuntimeErrors (7, 52, 53, 57, 61, 67, 70, 75, 76) with
+// the system's error as lastDllError.
 //
 // Only regular files are opened, and opening never waits: a FIFO, a device or a directory is 75.
 #pragma once
