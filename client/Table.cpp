@@ -46,10 +46,8 @@ std::size_t columns(std::u32string_view text)
 std::u32string characters(std::u16string_view text)
 {
     std::u32string all;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        char32_t character = text[i];
-        if (character >= 0xD800 && character < 0xDC00 && i + 1 < text.size())
-            character = 0x10000 + ((character - 0xD800) << 10) + (text[++i] - 0xDC00u);
+    while (!text.empty()) {
+        const char32_t character = text::takeCharacter(text);
         const bool control = character < 0x20 || (character >= 0x7F && character < 0xA0);
         all += control ? U' ' : character;
     }
@@ -59,14 +57,8 @@ std::u32string characters(std::u16string_view text)
 std::u16string units(std::u32string_view text)
 {
     std::u16string all;
-    for (const char32_t character : text) {
-        if (character < 0x10000) {
-            all += static_cast<char16_t>(character);
-        } else {
-            all += static_cast<char16_t>(0xD800 + ((character - 0x10000) >> 10));
-            all += static_cast<char16_t>(0xDC00 + ((character - 0x10000) & 0x3FF));
-        }
-    }
+    for (const char32_t character : text)
+        text::append(all, character);
     return all;
 }
 

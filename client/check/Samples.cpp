@@ -5,6 +5,7 @@
 #include "check/Checks.h"
 #include "check/Rows.h"
 #include "component/DispSvr.h"
+#include "platform/runtime/Clock.h"
 #include "platform/runtime/RuntimeError.h"
 #include "platform/runtime/Text.h"
 #include "site/Database.h"
@@ -247,8 +248,7 @@ private:
 
     static std::u16string isoDate(double days)
     {
-        const std::chrono::year_month_day date(std::chrono::sys_days(std::chrono::year(1899) / 12 / 30) +
-                                               std::chrono::days(static_cast<int>(days)));
+        const std::chrono::year_month_day date(clock::dayZero + std::chrono::days(static_cast<int>(days)));
         char digits[32];
         std::snprintf(digits, sizeof digits, "%04d-%02u-%02u", static_cast<int>(date.year()),
                       static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()));

@@ -64,7 +64,7 @@ std::u16string dayMonthYear(const Variant& value)
     if (type == VT_EMPTY || (type == VT_BSTR && value.toText().empty()))
         return {};
     const auto days = std::chrono::days(static_cast<int>(std::trunc(value.toDate())));
-    const std::chrono::year_month_day date(std::chrono::sys_days(std::chrono::year(1899) / 12 / 30) + days);
+    const std::chrono::year_month_day date(clock::dayZero + days);
     char digits[32];
     std::snprintf(digits, sizeof digits, "%02u-%02u-%04d", static_cast<unsigned>(date.day()),
                   static_cast<unsigned>(date.month()), static_cast<int>(date.year()));

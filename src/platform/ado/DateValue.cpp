@@ -3,6 +3,8 @@
 #include <charconv>
 #include <chrono>
 
+#include "platform/runtime/Clock.h"
+
 namespace vqloan {
 
 namespace {
@@ -86,7 +88,7 @@ std::optional<double> dateValue(const DateParts& parts)
                         parts.second >= 0 && parts.second < 60;
     if (!day.ok() || parts.year < 100 || parts.year > 9999 || !isTime)
         return {};
-    const auto days = static_cast<double>((sys_days(day) - sys_days(year(1899) / December / 30)).count());
+    const auto days = static_cast<double>((sys_days(day) - clock::dayZero).count());
     const double fraction = (parts.hour * 3600 + parts.minute * 60 + parts.second) / 86400;
     // Before the epoch the fraction still counts forward from midnight, so it is written away from zero.
     return days < 0 ? days - fraction : days + fraction;

@@ -1,16 +1,12 @@
 #include "platform/runtime/Clock.h"
 
-#include <chrono>
-
 #include "platform/runtime/OsProcess.h"
 
 namespace vqloan::clock {
 
 double today()
 {
-    using namespace std::chrono;
-    const days since = sys_days(os::localDate()) - sys_days(1899y / December / 30);
-    return static_cast<double>(since.count());
+    return static_cast<double>((std::chrono::sys_days(os::localDate()) - dayZero).count());
 }
 
 double seconds() noexcept

@@ -11,42 +11,6 @@ namespace {
 
 constexpr char32_t replacement = 0xFFFD;
 
-bool isHighSurrogate(char32_t unit)
-{
-    return (unit & 0xFFFFFC00) == 0xD800;
-}
-bool isLowSurrogate(char32_t unit)
-{
-    return (unit & 0xFFFFFC00) == 0xDC00;
-}
-bool isSurrogate(char32_t unit)
-{
-    return (unit & 0xFFFFF800) == 0xD800;
-}
-
-// Takes one character off the front of a text that is not empty; a surrogate without its other half as it is.
-char32_t takeCharacter(std::u16string_view& text)
-{
-    const char32_t unit = text[0];
-    if (isHighSurrogate(unit) && text.size() > 1 && isLowSurrogate(text[1])) {
-        const char32_t character = 0x10000 + ((unit - 0xD800) << 10) + (text[1] - 0xDC00u);
-        text.remove_prefix(2);
-        return character;
-    }
-    text.remove_prefix(1);
-    return unit;
-}
-
-void append(std::u16string& text, char32_t character)
-{
-    if (character > 0xFFFF) {
-        text += static_cast<char16_t>(0xD800 + ((character - 0x10000) >> 10));
-        text += static_cast<char16_t>(0xDC00 + ((character - 0x10000) & 0x3FF));
-    } else {
-        text += static_cast<char16_t>(character);
-    }
-}
-
 char32_t upperOf(char32_t character)
 {
     if (character < 0x80)
@@ -96,6 +60,28 @@ std::size_t notNegative(std::int32_t length)
 }
 
 } // namespace
+
+char32_t takeCharacter(std::u16string_view& text) noexcept
+{
+    const char32_t unit = text[0];
+    if (isHighSurrogate(unit) && text.size() > 1 && isLowSurrogate(text[1])) {
+        const char32_t character = 0x10000 + ((unit - 0xD800) << 10) + (text[1] - 0xDC00u);
+        text.remove_prefix(2);
+        return character;
+    }
+    text.remove_prefix(1);
+    return unit;
+}
+
+void append(std::u16string& text, char32_t character)
+{
+    if (character > 0xFFFF) {
+        text += static_cast<char16_t>(0xD800 + ((character - 0x10000) >> 10));
+        text += static_cast<char16_t>(0xDC00 + ((character - 0x10000) & 0x3FF));
+    } else {
+        text += static_cast<char16_t>(character);
+    }
+}
 
 std::u16string upper(std::u16string_view text)
 {

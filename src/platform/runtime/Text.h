@@ -29,6 +29,23 @@ std::u16string_view mid(std::u16string_view text, std::int32_t start, std::int32
 // The first `length` units. RuntimeError 5 for a negative length.
 std::u16string_view left(std::u16string_view text, std::int32_t length);
 
+// Half of a character beyond 16 bits: the first one, the second one, either.
+constexpr bool isHighSurrogate(char32_t unit) noexcept
+{
+    return (unit & 0xFFFFFC00) == 0xD800;
+}
+constexpr bool isLowSurrogate(char32_t unit) noexcept
+{
+    return (unit & 0xFFFFFC00) == 0xDC00;
+}
+constexpr bool isSurrogate(char32_t unit) noexcept
+{
+    return (unit & 0xFFFFF800) == 0xD800;
+}
+// Takes one character off the front of a text that is not empty; a surrogate without its other half as it is.
+char32_t takeCharacter(std::u16string_view& text) noexcept;
+void append(std::u16string& text, char32_t character);
+
 // Windows-1252 (on Windows the machine's ANSI code page). A character it lacks is written as "?".
 std::string toCodePage(std::u16string_view text);
 std::u16string fromCodePage(std::string_view bytes);

@@ -12,8 +12,7 @@ std::u16string sentValue(std::u16string_view literal)
 {
     std::u16string value = unquoted(literal);
     std::replace(value.begin(), value.end(), u'\0', u'\uFFFD');
-    const auto isSurrogate = [](char16_t c) { return (c & 0xF800) == 0xD800; };
-    if (std::any_of(value.begin(), value.end(), isSurrogate))
+    if (std::any_of(value.begin(), value.end(), text::isSurrogate))
         value = text::fromUtf8(text::toUtf8(value));
     return value;
 }

@@ -22,15 +22,6 @@ char byteOf(char16_t unit)
     return found == above7F.end() ? '?' : static_cast<char>(0x80 + (found - above7F.begin()));
 }
 
-bool isHigh(char16_t unit)
-{
-    return (unit & 0xFC00) == 0xD800;
-}
-bool isLow(char16_t unit)
-{
-    return (unit & 0xFC00) == 0xDC00;
-}
-
 } // namespace
 
 std::string toCodePage(std::u16string_view text)
@@ -39,7 +30,7 @@ std::string toCodePage(std::u16string_view text)
     bytes.reserve(text.size());
     for (std::size_t at = 0; at < text.size(); ++at) {
         bytes += byteOf(text[at]);
-        if (isHigh(text[at]) && at + 1 < text.size() && isLow(text[at + 1]))
+        if (isHighSurrogate(text[at]) && at + 1 < text.size() && isLowSurrogate(text[at + 1]))
             ++at; // one character, one "?"
     }
     return bytes;

@@ -20,15 +20,10 @@ bool isNamable(const std::string& path)
     return path.find('\0') == path.npos;
 }
 
-bool isHighSurrogate(char16_t unit)
-{
-    return unit >= 0xD800 && unit <= 0xDBFF;
-}
-
 // A byte of a path that is not UTF-8. Half of a pair it cannot be.
 bool isByte(std::u16string_view text, std::size_t at)
 {
-    return text[at] >= 0xDC80 && text[at] <= 0xDCFF && (at == 0 || !isHighSurrogate(text[at - 1]));
+    return text[at] >= 0xDC80 && text[at] <= 0xDCFF && (at == 0 || !text::isHighSurrogate(text[at - 1]));
 }
 
 std::string toBytes(std::u16string_view text)

@@ -19,9 +19,9 @@ std::u16string withoutLowHalves(std::u16string_view text)
     kept.reserve(text.size());
     bool afterHigh = false;
     for (const char16_t unit : text) {
-        if (!afterHigh || (unit & 0xFC00) != 0xDC00)
+        if (!afterHigh || !isLowSurrogate(unit))
             kept += unit;
-        afterHigh = !afterHigh && (unit & 0xFC00) == 0xD800;
+        afterHigh = !afterHigh && isHighSurrogate(unit);
     }
     return kept;
 }
