@@ -22,6 +22,11 @@ std::string shown(const std::string& text)
 
 } // namespace
 
+AccessLog::AccessLog(bool isQuiet) : isQuiet_(isQuiet)
+{
+    std::cerr.tie(nullptr); // troubles are told, and the end is not held up, when nobody reads the lines
+}
+
 void AccessLog::tell(const std::string& peer, const std::string& method, const std::string& target,
                      int status, std::size_t bytes, Clock::duration time)
 {

@@ -11,7 +11,7 @@ namespace vqloan::client::http {
 class AccessLog
 {
 public:
-    explicit AccessLog(bool isQuiet) : isQuiet_(isQuiet) {}
+    explicit AccessLog(bool isQuiet);
 
     // TIME CLIENT "METHOD TARGET" STATUS BYTES SECONDS, all that came from outside escaped. A request that
     // was refused before it was read has "-" in place of what is not known.

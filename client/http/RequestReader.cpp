@@ -136,8 +136,10 @@ RequestReader::Step RequestReader::readRequestLine(std::string_view line)
         return refuse(400, "there is a blank in the target of the request");
     if (target.size() > longestTarget)
         return refuse(414, "a path with its query is at most 8,000 bytes long: send request lines with POST");
-    if (std::ranges::find(methods, method) == std::end(methods))
-        return refuse(405, "there is no such method");
+    if (std::ranges::find(methods, method) == std::end(methods)) {
+        refusal_ = {405, "there is no such method", {{"Allow", "GET, HEAD"}}};
+        return Step::refused;
+    }
     incoming_.keepsOpen = incoming_.isNew = version == "HTTP/1.1";
     incoming_.method = method;
     incoming_.target = target;

@@ -76,8 +76,8 @@ public:
                 workers_.reload();
         }
         connections_.end();
-        connecting.join();
         end();
+        connecting.join();
         log_.tellAll();
     }
 
@@ -206,7 +206,8 @@ private:
         const bool isFinished = other_.finish(left()) && asking_.finish(left()) && workers_.finish(left());
         if (isFinished)
             return;
-        log_.warning("ended while the back end was still being asked");
+        log_.tellAll();
+        log_.warning("ended before all was answered");
         workers_.abandon();
         numbers_.remove();
         program::endNow(allWell);

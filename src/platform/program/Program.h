@@ -22,8 +22,8 @@ std::vector<std::string> commandLine(int argc, char** argv);
 // be called once, before anything is written.
 void prepareStreams();
 
-// Ends the program where threads of it are not to be waited for: writes the standard streams out, and runs
-// nothing else.
+// Ends the program where threads of it are not to be waited for, and runs nothing else. What is to be written
+// has been flushed: a thread that still writes to somebody who does not read would be waited for.
 [[noreturn]] void endNow(int status) noexcept;
 
 // A new directory in `parent` that nobody else may look into: `prefix` and a name that nobody can foresee.

@@ -8,7 +8,6 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <deque>
 #include <stdexcept>
@@ -72,7 +71,6 @@ void prepareStreams()
 
 void endNow(int status) noexcept
 {
-    std::fflush(nullptr);
     std::_Exit(status);
 }
 

@@ -5,7 +5,6 @@
 #include <io.h>
 
 #include <atomic>
-#include <cstdio>
 #include <cstdlib>
 #include <random>
 #include <stdexcept>
@@ -47,7 +46,6 @@ void removeWhenEnded(const std::vector<std::filesystem::path>& files)
 
 void endNow(int status) noexcept
 {
-    std::fflush(nullptr);
     std::_Exit(status);
 }
 
