@@ -361,6 +361,7 @@ class Check(Site):
             ("SQL2", to(b"Provider=SQLite;Data Source=/nowhere.db"), r"CONNECT .*SQLite error 14.*no file /nowhere.db"),
             ("SQL2", to(b"Provider=SQLite;Data Source=/tmp"), r"CONNECT .*SQLite error 1[04].*/tmp is a directory"),
             ("SQL2", to(b"Provider=SQLite;Data Source=" + bytes(self.site / "host.txt")), r"CONNECT .*SQLite error 26"),
+            ("SQL2", lambda: os.truncate(self.site / "library.db", 8192), r"CONNECT .*SQLite error 11.*cause: the file"),
             ("SQL2", sql("DROP TABLE TABBLOCCOMAT"), r"database  TABBLOCCOMAT .*no such table"),
             ("SQL2", sql("ALTER TABLE MOVIMENTI DROP COLUMN LIVSOLL"), r"database  MOVIMENTI.LIVSOLL .*no such column"),
             ("SQL2", sql("DROP INDEX MOVIMENTI_COPIA; CREATE INDEX I ON MOVIMENTI (CODBIB, FLGCHIUSO, INVENTARIO)"), r"database  MOVIMENTI No index begins with CODBIB, INVENTARIO"),

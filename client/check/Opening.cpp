@@ -22,14 +22,14 @@ struct Cause
 };
 
 constexpr Cause causes[] = {
+    {u"SQLite error 26", u"the file", u"It is no SQLite database, or an encrypted one: correct Data Source."},
+    {u"SQLite error 11", u"the file", u"It was cut short or damaged: put a good copy in its place."},
+    {u"SQLite error 5)", u"a lock", u"A program keeps the file locked: end it, or raise [SERVER] TIMEOUT."},
     {u"is missing.", u"CONNECT names no database",
      u"Write Provider=, DSN= or Driver=, and where the data are."},
     {u"malformed", u"CONNECT cannot be read",
      u"Write KEY=VALUE pairs with semicolons between; quote a value that holds one."},
     {u"Provider cannot be found", u"the provider", u"Write Provider=SQLite, DSN= or Driver= in CONNECT."},
-    {u"SQLite error 26", u"the file", u"It is no SQLite database, or an encrypted one: correct Data Source."},
-    {u"SQLite error 11", u"the file", u"It was cut short or damaged: put a good copy in its place."},
-    {u"SQLite error 5)", u"a lock", u"A program keeps the file locked: end it, or raise [SERVER] TIMEOUT."},
     {u"IM002", u"the data source or driver name",
      u"Write a name that odbc.ini has (DSN=) or odbcinst.ini (Driver=); odbcinst -q -s and -q -d list them."},
     {u"IM003", u"the driver", u"Install the driver's package."},
@@ -94,7 +94,9 @@ void explainOpening(const Settings& settings, std::u16string_view failure, Repor
     const std::u16string upper = text::upper(failure);
     for (const Cause& cause : causes)
         if (upper.find(text::upper(cause.sign)) != upper.npos) {
-            report.finding(place, what + u" The cause: " + std::u16string(cause.cause) + u".",
+            report.finding(place,
+                           what + (what.ends_with(u'.') ? u" The cause: " : u". The cause: ") +
+                               std::u16string(cause.cause) + u".",
                            std::u16string(cause.advice));
             return;
         }
