@@ -2,7 +2,7 @@
 """Makes each system call of vqloan fail in turn, once, with each error: calls.py BIN_DIRECTORY [STEP]
 
 For the client, the gateway and the host, on all kinds. A line is answered rightly or its failure is said, and what is
-asked next is answered. STEP: every so-many-th call alone, and then with one error."""
+asked next is answered. STEP: every so-many-th call alone, but of the few that close, and then with one error."""
 import errno
 import json
 import os
@@ -92,7 +92,7 @@ def main():
                             if desk.ask(kind)[1] != right and desk.mark.exists() == before:
                                 wrong.append(what)
                                 print(what, "spoils the next call", flush=True)
-                            calls, nth = max(calls, nth - 1), nth + STEP
+                            calls, nth = max(calls, nth - 1), nth + (1 if call == "close" else STEP)
                     print(f"{kind}, {side}: {call}: {calls} calls", flush=True)
             end(server)
     return 1 if wrong else 0

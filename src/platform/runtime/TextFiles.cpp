@@ -72,7 +72,14 @@ public:
     {
         if (mode_ == os::File::Mode::Write)
             flush();
-        file_.close();
+        try {
+            file_.close();
+        } catch (const RuntimeError&) {
+            // A request is out once it is written. Whoever gave it up for this failure would take its answer
+            // for that of the next one; and if it did not arrive, that no answer comes tells it.
+            if (mode_ != os::File::Mode::Write || place_ != Place::shared)
+                throw;
+        }
     }
 
 private:
