@@ -47,10 +47,10 @@ private:
     // A part that is one placeholder; empty where there is none.
     std::u16string_view readPlaceholder()
     {
-        constexpr char16_t sign = u'\u00A7';
         const std::size_t end = std::min(text_.find(u';', at_), text_.size());
         const std::u16string_view part = withoutTrailingBlanks(text_.substr(at_, end - at_));
-        if (!mayStandAlone_ || part.front() != sign || part.find(sign, 1) != part.size() - 1)
+        if (!mayStandAlone_ || part.front() != placeholderSign ||
+            part.find(placeholderSign, 1) != part.size() - 1)
             return {};
         at_ = end;
         return part;

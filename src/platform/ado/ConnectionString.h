@@ -7,6 +7,9 @@
 
 namespace vqloan {
 
+// In settings, §NAME§ stands for a value that is kept elsewhere.
+inline constexpr char16_t placeholderSign = u'\u00A7';
+
 // Blanks around keys and values are dropped. A value may stand in single or double quotes, the quote doubled
 // inside, or in braces, the closing one doubled inside; it may then hold semicolons and keep its blanks.
 class ConnectionString

@@ -12,7 +12,6 @@ namespace {
 
 constexpr std::size_t npos = std::u16string_view::npos;
 constexpr std::u16string_view mask = u"********";
-constexpr char16_t placeholderSign = u'\u00A7';
 
 // Position behind the first word for a secret in a key, or in a driver's options, npos where there is none.
 // Drivers have keys of their own: SSLPassword, Jet OLEDB:Database Password, TLSKeyPassphrase.
