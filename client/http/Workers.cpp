@@ -113,7 +113,8 @@ private:
 
 thread_local Workers::Worker* Workers::current = nullptr;
 
-Workers::Workers(const std::vector<Site>& sites, Kind kind, Log& log, Metrics& metrics)
+Workers::Workers(const std::vector<Site>& sites, Kind kind, Log& log, Metrics& metrics,
+                 const std::function<void()>& whileOpening)
     : component_(sites.front().source()), kind_(kind), log_(log), metrics_(metrics)
 {
     for (const Site& site : sites) {
@@ -121,6 +122,8 @@ Workers::Workers(const std::vector<Site>& sites, Kind kind, Log& log, Metrics& m
         std::future<void> isReady = ready.get_future();
         ++working_;
         threads_.emplace_back([this, &site, promise = std::move(ready)]() mutable { work(site, promise); });
+        while (isReady.wait_for(0s) != std::future_status::ready)
+            whileOpening();
         try {
             isReady.get();
         } catch (...) {

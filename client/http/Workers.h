@@ -52,8 +52,10 @@ private:
 class Workers
 {
 public:
-    // A worker for each site. Throws what keeps the first component from being opened, or any.
-    Workers(const std::vector<Site>& sites, Kind kind, Log& log, Metrics& metrics);
+    // A worker for each site. Throws what keeps the first component from being opened, or any. Opening may
+    // take a database's time: `whileOpening` is called over and over meanwhile, and waits a little.
+    Workers(const std::vector<Site>& sites, Kind kind, Log& log, Metrics& metrics,
+            const std::function<void()>& whileOpening);
     // Waits for what is being asked.
     ~Workers();
 

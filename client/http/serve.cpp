@@ -49,11 +49,15 @@ bool asksBackEnd(std::string_view target)
 class Service
 {
 public:
-    Service(const HttpOptions& options, Kind kind, const Site& site)
+    Service(const HttpOptions& options, Kind kind, const Site& site, program::Signals& signals)
         : options_(options), services_(options.services), listener_(options.listen),
           engine_([this](const http::Request& request) { return answer(request); }),
           numbers_(site, kind, options.clientNumbers), sites_(sitesOf(kind, site)),
-          workers_(sites_, kind, log_, metrics_),
+          workers_(sites_, kind, log_, metrics_,
+                   [&] {
+                       if (signals.wait(10ms) == program::Told::end)
+                           abandon();
+                   }),
           daia_(workers_, services_,
                 {options.idPrefix, options.baseUri, options.institution, options.language}),
           health_(workers_, site, kind), access_(options.quiet), asking_(askingThreads, askingRoom),
@@ -208,6 +212,12 @@ private:
             return;
         log_.tellAll();
         log_.warning("ended before all was answered");
+        abandon();
+    }
+
+    // The back end has a worker's thread, so that nothing can be ended in its order.
+    [[noreturn]] void abandon()
+    {
         workers_.abandon();
         numbers_.remove();
         program::endNow(allWell);
@@ -236,7 +246,7 @@ int serveHttp(const HttpOptions& options)
 {
     const Site site(options.site);
     program::Signals signals; // before any thread begins
-    Service(options, options.kind, site).run(signals);
+    Service(options, options.kind, site, signals).run(signals);
     return allWell;
 }
 
