@@ -60,16 +60,6 @@ TEST(Text, IsUpperCasedCharacterByCharacter)
     EXPECT_FALSE(text::equalsIgnoringCase(u"\U00010428", u"\U00010401"));
 }
 
-TEST(Text, PartsAndTrimming)
-{
-    EXPECT_EQ(text::trim(u"  \ta b\u00A0  "), u"\ta b\u00A0"); // only spaces go
-    EXPECT_EQ(text::mid(u"abc", 2147483647, 2147483647), u"");
-    EXPECT_EQ(text::mid(u"abc", 2, 1), u"b");
-    EXPECT_EQ(failureOf([] { text::mid(u"abc", 0); }).number, 5);
-    EXPECT_EQ(failureOf([] { text::mid(u"abc", 1, -1); }).number, 5);
-    EXPECT_EQ(text::decimal(-2147483648), u"-2147483648");
-}
-
 TEST(Text, EveryByteOfTheCodePageComesBack)
 {
     std::string all(256, '\0');

@@ -1,6 +1,5 @@
-// What the runtime makes of this system's failures, time zone and loaded files.
+// What the runtime makes of this system's failures and time zone.
 #include <chrono>
-#include <cmath>
 #include <csignal>
 #include <cstdlib>
 #include <functional>
@@ -13,7 +12,6 @@
 #include <unistd.h>
 
 #include "Site.h"
-#include "platform/runtime/ApplicationInfo.h"
 #include "platform/runtime/Clock.h"
 #include "platform/runtime/TextFiles.h"
 
@@ -150,17 +148,6 @@ TEST(Clock, TodayFollowsTheTimeZone)
     EXPECT_GT(clock::today(), west);
     ::unsetenv("TZ");
     EXPECT_GT(west, 45000); // after 2023
-    EXPECT_EQ(west, std::floor(west));
-}
-
-TEST(ApplicationInfo, NamesTheLoadedFile)
-{
-    for (const auto& [file, path] :
-         {std::pair(u"/srv/site.d/VQLoan", u"/srv/site.d"), {u"/VQLoan.so", u"/"}}) {
-        EXPECT_EQ(ApplicationInfo(file).path(), path);
-        EXPECT_EQ(ApplicationInfo(file).moduleName(), u"VQLoan");
-    }
-    EXPECT_EQ(ApplicationInfo::ofThread().moduleName(), u"vqloan_tests");
 }
 
 } // namespace

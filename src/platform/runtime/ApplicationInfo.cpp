@@ -1,16 +1,12 @@
 #include "platform/runtime/ApplicationInfo.h"
 
-#include <utility>
-
 #include "platform/runtime/OsFile.h"
 #include "platform/runtime/OsProcess.h"
 #include "platform/runtime/PerThread.h"
 
 namespace vqloan {
 
-ApplicationInfo::ApplicationInfo() : ApplicationInfo(os::loadedFile()) {}
-
-ApplicationInfo::ApplicationInfo(std::u16string file) : file_(std::move(file))
+ApplicationInfo::ApplicationInfo() : file_(os::loadedFile())
 {
     const auto nameAt = file_.find_last_of(os::separators()) + 1; // 0 where there is none
     path_ = file_.substr(0, nameAt > 1 ? nameAt - 1 : nameAt);    // the root's own separator stays

@@ -12,8 +12,6 @@ class ApplicationInfo
 public:
     // The calling thread's instance, created on first use.
     static const ApplicationInfo& ofThread();
-    // What it would know of that file, an absolute path.
-    explicit ApplicationInfo(std::u16string file);
 
     // The directory of the loaded file that holds this code, absolute.
     const std::u16string& path() const noexcept { return path_; }
